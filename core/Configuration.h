@@ -1,0 +1,27 @@
+#pragma once
+
+#include <string>
+
+namespace nbx {
+
+// The one place where values that differ between a user's machine, a developer's machine and
+// a test are decided. Each has a product default and an NBX_... environment override; nothing
+// else in the code branches on them.
+namespace Configuration {
+
+// Folder of the helper applications (NBX_HELPER_FOLDER).
+std::string helperApplicationFolder();
+// Printer description file the print queue is made with (NBX_PPD_FILE).
+std::string printerDescriptionFile();
+// host:port of the service lookup server (NBX_LOOKUP_SERVER).
+std::string lookupServer();
+// Host named in the print queue's device URI (NBX_DEVICE_HOST).
+std::string deviceUriHost();
+// Folder holding Info.plist, languageXML/ and images/ (NBX_RESOURCES); by default the
+// share/nimbrix folder beside the program's bin/ folder, in the build tree and installed alike.
+std::string resourcesFolder();
+// Folder of the country flag pictures, one "<alpha2>.png" each (NBX_FLAGS_FOLDER).
+std::string flagsFolder();
+
+}  // namespace Configuration
+}  // namespace nbx

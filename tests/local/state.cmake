@@ -1,0 +1,4 @@
+# Property-list files, state files and the authentication-info store.
+nbx_add_test(nbx_state_tests
+  SOURCES ${CMAKE_CURRENT_LIST_DIR}/PropertyListFileTest.cpp
+  LIBS nbxlocal nbxtestsupport PkgConfig::PLIST)

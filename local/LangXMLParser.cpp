@@ -1,7 +1,8 @@
 #include "LangXMLParser.h"
 
+#include <filesystem>
 #include <fstream>
-#include <iterator>
+#include <system_error>
 
 #include "PropertyValue.h"
 
@@ -10,6 +11,9 @@ namespace nbx {
 namespace {
 
 std::optional<std::string> readSmallFile(const std::string& path) {
+    // Devices and pipes could block or never end.
+    std::error_code ec;
+    if (!std::filesystem::is_regular_file(path, ec)) return std::nullopt;
     std::ifstream in(path, std::ios::binary);
     if (!in) return std::nullopt;
     std::string text;

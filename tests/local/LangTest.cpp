@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 #include <stdlib.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 #include <fstream>
@@ -128,8 +129,10 @@ INSTANTIATE_TEST_SUITE_P(
 TEST_F(LangFiles, UnreadablePathsGiveNothing) {
     const auto oversized =
         write("big.xml", translation(message("k", std::string(LangXMLParser::kMaxFileSize, 'x'))));
+    const auto pipe = (folder_ / "pipe.xml").string();
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     for (const std::string& path : {std::string(), (folder_ / "missing.xml").string(),
-                                    folder_.string(), oversized, std::string("/dev/zero")})
+                                    folder_.string(), oversized, pipe, std::string("/dev/zero")})
         EXPECT_EQ(LangXMLParser::parsingNBXD2LangWithPath(path), std::nullopt) << path;
 }
 

@@ -1,0 +1,83 @@
+#pragma once
+
+#include <httplib.h>
+
+#include <functional>
+#include <iosfwd>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "CloudState.h"
+#include "PropertyValue.h"
+
+namespace nbx::emulator {
+
+struct ApiReply {
+    int status = 200;
+    PropertyValue document;
+};
+
+// The service's REST operations over a CloudState: header checks as the real service makes
+// them, then the operation itself. Callers serialise access.
+class CloudService {
+public:
+    static constexpr const char* kApiPrefix = "/nbx/v2";
+    static constexpr const char* kLookupPath = "/nbx/v2/svclookup/service";
+    static constexpr std::size_t kAppIdLength = 128;
+
+    CloudService(CloudState& state, std::ostream& console);
+
+    ApiReply lookup(const httplib::Request& request, const std::string& selfHostPort) const;
+    // None when no operation has this method and path (the path without the prefix).
+    std::optional<ApiReply> handle(const std::string& method, const std::string& apiPath,
+                                   const httplib::Request& request);
+    static ApiReply error(const std::string& code, const std::string& reason);
+
+private:
+    enum class Access { Verification, Member };
+    struct Call;
+    using Operation = std::function<ApiReply(Call&)>;
+    struct Route {
+        std::string method;
+        std::string path;
+        Access access;
+        bool jsonBody;
+        Operation operation;
+    };
+
+    void addRoutes();
+    void addAccountRoutes();
+    void addAgentRoutes();
+    void addJobRoutes();
+    void addSettingRoutes();
+    std::optional<ApiReply> admit(const Route& route, Call& call);
+    std::optional<ApiReply> admitMember(Call& call);
+
+    ApiReply requestPin(Call& call, const std::string& messageType);
+    ApiReply validateIdentifier(Call& call);
+    ApiReply subscribers(Call& call);
+    ApiReply agentList(Call& call);
+    ApiReply bindAgent(Call& call, const std::string& type);
+    ApiReply releaseAgents(Call& call);
+    ApiReply renameAgent(Call& call);
+    ApiReply unregisterAgent(Call& call);
+    ApiReply agentStates(Call& call);
+    ApiReply capabilities(Call& call);
+    ApiReply uploadContent(Call& call);
+    ApiReply sendToAgent(Call& call);
+    ApiReply sendToPeople(Call& call);
+    ApiReply invite(Call& call);
+    ApiReply quantity(Call& call);
+    ApiReply updateSettings(Call& call, const std::vector<std::string>& keys);
+
+    PropertyDictionary* ownedAgent(Call& call, const std::string& agentId, ApiReply* failure);
+    PropertyValue agentsOf(const PropertyDictionary& user, bool own) const;
+    int agentCount(const PropertyDictionary& user) const;
+
+    CloudState& state_;
+    std::ostream& console_;
+    std::vector<Route> routes_;
+};
+
+}  // namespace nbx::emulator

@@ -1,0 +1,301 @@
+#include "EmulatorServer.h"
+
+#include <dirent.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+#include <chrono>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <ostream>
+#include <thread>
+#include <vector>
+
+#include "JSONKit.h"
+
+namespace nbx::emulator {
+namespace {
+
+// The library parses multipart bodies and skips GET bodies on its own; these headers carry
+// the originals past it so the log and the upload see the request as the client sent it.
+constexpr const char* kOriginalContentType = "X-Nbx-Original-Content-Type";
+constexpr const char* kOriginalMethod = "X-Nbx-Original-Method";
+
+httplib::Server::HandlerResponse keepRawBody(const httplib::Request& constRequest,
+                                             httplib::Response&) {
+    auto& request = const_cast<httplib::Request&>(constRequest);
+    auto type = request.headers.find("Content-Type");
+    if (type != request.headers.end() && type->second.rfind("multipart/", 0) == 0) {
+        std::string original = type->second;
+        type->second = "application/octet-stream";
+        request.headers.emplace(kOriginalContentType, original);
+    }
+    bool hasBody = request.get_header_value<std::uint64_t>("Content-Length") > 0;
+    if (hasBody && (request.method == "GET" || request.method == "HEAD")) {
+        request.headers.emplace(kOriginalMethod, request.method);
+        request.method = "POST";
+    }
+    return httplib::Server::HandlerResponse::Unhandled;
+}
+
+// The library adds the connection's endpoints as if they were headers.
+bool isPseudoHeader(const std::string& name) {
+    return name == "LOCAL_ADDR" || name == "LOCAL_PORT" || name == "REMOTE_ADDR" ||
+           name == "REMOTE_PORT";
+}
+
+// Undoes keepRawBody once the body has been read.
+void restoreOriginal(httplib::Request& request) {
+    auto method = request.headers.find(kOriginalMethod);
+    if (method != request.headers.end()) {
+        request.method = method->second;
+        request.headers.erase(method);
+    }
+    auto type = request.headers.find(kOriginalContentType);
+    if (type != request.headers.end()) {
+        std::string original = type->second;
+        request.headers.erase(type);
+        request.headers.find("Content-Type")->second = original;
+    }
+}
+
+std::string pathWithoutPrefix(const std::string& path) {
+    std::string prefix = CloudService::kApiPrefix;
+    return path.rfind(prefix + "/", 0) == 0 ? path.substr(prefix.size()) : path;
+}
+
+}  // namespace
+
+struct EmulatorServer::Exchange {
+    const httplib::Request& request;
+    std::string method;
+    std::string path;
+    std::string query;
+    std::vector<std::pair<std::string, std::string>> headers;
+};
+
+EmulatorServer::EmulatorServer(CloudState& state, std::ostream& console, bool quiet)
+    : state_(state), service_(state, console), console_(console), quiet_(quiet) {
+    install();
+}
+
+void EmulatorServer::install() {
+    auto handler = [this](const httplib::Request& request, httplib::Response& response) {
+        handle(request, response);
+    };
+    server_.set_pre_routing_handler(keepRawBody);
+    server_.Get(".*", handler);
+    server_.Post(".*", handler);
+    server_.Put(".*", handler);
+    server_.Delete(".*", handler);
+    server_.Patch(".*", handler);
+    // One exchange per connection, like the client; it also keeps shutdown quick.
+    server_.set_keep_alive_max_count(1);
+    server_.set_read_timeout(5);
+    server_.set_payload_max_length(512u * 1024 * 1024);
+}
+
+std::optional<int> EmulatorServer::bind(int port) {
+    if (port == 0) {
+        port_ = server_.bind_to_any_port("127.0.0.1");
+    } else {
+        port_ = server_.bind_to_port("127.0.0.1", port) ? port : -1;
+    }
+    if (port_ <= 0) return std::nullopt;
+    return port_;
+}
+
+void EmulatorServer::serve() {
+    server_.listen_after_bind();
+}
+
+void EmulatorServer::stop() {
+    stopping_ = true;
+    server_.stop();
+}
+
+void EmulatorServer::handle(const httplib::Request& request, httplib::Response& response) {
+    // The library passes its own, mutable request object as const.
+    restoreOriginal(const_cast<httplib::Request&>(request));
+    Exchange exchange{request, request.method, request.path, "", {}};
+    auto question = request.target.find('?');
+    if (question != std::string::npos) exchange.query = request.target.substr(question + 1);
+    for (const auto& [name, value] : request.headers) {
+        if (!isPseudoHeader(name)) exchange.headers.emplace_back(name, value);
+    }
+    if (request.path.rfind(kAdminPrefix, 0) == 0) {
+        handleAdmin(exchange, response);
+    } else {
+        handleCloud(exchange, response);
+    }
+}
+
+void EmulatorServer::handleCloud(const Exchange& exchange, httplib::Response& response) {
+    std::optional<Fault> fault;
+    bool inChain = exchange.request.has_param(kRedirectParameter);
+    {
+        std::lock_guard lock(mutex_);
+        log_.add(exchange.method, exchange.path, exchange.query, exchange.headers,
+                 exchange.request.body);
+        if (!inChain) {
+            fault = faults_.take(exchange.method, exchange.path, pathWithoutPrefix(exchange.path));
+        }
+    }
+    if (fault && !waitFor(fault->delayMs)) return dropConnection(exchange.request);
+    if (fault && fault->drop) return dropConnection(exchange.request);
+    if (fault && fault->redirects > 0) return redirect(exchange, fault->redirects - 1, response);
+    if (inChain) {
+        int remaining = std::atoi(exchange.request.get_param_value(kRedirectParameter).c_str());
+        if (remaining > 0) return redirect(exchange, remaining - 1, response);
+    }
+    ApiReply reply = answer(exchange);
+    if (!quiet_) {
+        std::lock_guard lock(mutex_);
+        std::clog << exchange.method << " " << exchange.path << " -> " << reply.status << std::endl;
+    }
+    sendJson(response, reply.status, reply.document);
+    if (fault) applyFault(*fault, response);
+}
+
+ApiReply EmulatorServer::answer(const Exchange& exchange) {
+    std::lock_guard lock(mutex_);
+    if (exchange.path == CloudService::kLookupPath) {
+        return service_.lookup(exchange.request, "127.0.0.1:" + std::to_string(port_));
+    }
+    std::string apiPath = pathWithoutPrefix(exchange.path);
+    if (apiPath != exchange.path) {
+        if (auto reply = service_.handle(exchange.method, apiPath, exchange.request)) return *reply;
+    }
+    return CloudService::error("18000", "no operation at " + exchange.path);
+}
+
+// Sleeps in short steps so a stop request is never held up by a staged delay.
+bool EmulatorServer::waitFor(int delayMs) const {
+    auto until = std::chrono::steady_clock::now() + std::chrono::milliseconds(delayMs);
+    while (std::chrono::steady_clock::now() < until) {
+        if (stopping_) return false;
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return !stopping_;
+}
+
+void EmulatorServer::redirect(const Exchange& exchange, int remaining,
+                              httplib::Response& response) const {
+    std::string query;
+    for (const auto& [name, value] : exchange.request.params) {
+        if (name == kRedirectParameter) continue;
+        query += name + "=" + httplib::detail::encode_query_param(value) + "&";
+    }
+    query += std::string(kRedirectParameter) + "=" + std::to_string(remaining);
+    response.set_redirect("http://127.0.0.1:" + std::to_string(port_) + exchange.path + "?" + query,
+                          302);
+}
+
+void EmulatorServer::applyFault(const Fault& fault, httplib::Response& response) {
+    if (fault.status != 0) response.status = fault.status;
+    if (fault.body) response.set_content(*fault.body, "application/json");
+    if (fault.notJson)
+        response.set_content("<html><body>Service Unavailable</body></html>", "text/html");
+    if (fault.emptyBody) response.set_content("", "application/json");
+    if (fault.truncate) {
+        // Announce the whole body, send half of it, then give up: the connection closes.
+        std::string body = response.body;
+        response.body.clear();
+        std::size_t announced = body.empty() ? 16 : body.size();
+        response.set_content_provider(announced, "application/json",
+                                      [body](std::size_t, std::size_t, httplib::DataSink& sink) {
+                                          sink.write(body.data(), body.size() / 2);
+                                          return false;
+                                      });
+    }
+}
+
+// Closes the client's socket without a word: the library offers no handle on it, so it is
+// found among the open descriptors by its two endpoints.
+void EmulatorServer::dropConnection(const httplib::Request& request) {
+    DIR* folder = opendir("/proc/self/fd");
+    if (!folder) return;
+    while (dirent* entry = readdir(folder)) {
+        int fd = std::atoi(entry->d_name);
+        struct stat info {};
+        if (fd <= 2 || fstat(fd, &info) != 0 || !S_ISSOCK(info.st_mode)) continue;
+        sockaddr_in local{}, peer{};
+        socklen_t localLength = sizeof local, peerLength = sizeof peer;
+        if (getsockname(fd, reinterpret_cast<sockaddr*>(&local), &localLength) != 0 ||
+            getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerLength) != 0 ||
+            local.sin_family != AF_INET) {
+            continue;
+        }
+        if (ntohs(local.sin_port) == request.local_port &&
+            ntohs(peer.sin_port) == request.remote_port) {
+            shutdown(fd, SHUT_RDWR);
+            break;
+        }
+    }
+    closedir(folder);
+}
+
+void EmulatorServer::sendJson(httplib::Response& response, int status,
+                              const PropertyValue& document) {
+    auto bytes = JSONData(document);
+    response.status = status;
+    response.set_content(bytes ? std::string(bytes->begin(), bytes->end()) : std::string("{}"),
+                         "application/json");
+}
+
+void EmulatorServer::handleAdmin(const Exchange& exchange, httplib::Response& response) {
+    std::string name = exchange.path.substr(std::string(kAdminPrefix).size());
+    std::string method = exchange.method;
+    PropertyValue body;
+    if (!exchange.request.body.empty()) {
+        auto decoded = objectFromJSONData(exchange.request.body);
+        if (!decoded) {
+            return sendJson(
+                response, 400,
+                PropertyValue::dictionary({{"success", false}, {"error", "the body is not JSON"}}));
+        }
+        body = std::move(*decoded);
+    }
+    std::optional<std::string> problem;
+    PropertyValue result = PropertyValue::dictionary({{"success", true}});
+    std::lock_guard lock(mutex_);
+    if (name == "reset" && method == "POST") {
+        state_.reset();
+        log_.clear();
+        faults_.clear();
+    } else if (name == "seed" && method == "POST") {
+        problem = state_.merge(body);
+    } else if (name == "pins" && method == "GET") {
+        PropertyValue pins = PropertyValue::array();
+        for (const auto& pin : *state_.pins().arrayPtr()) {
+            pins.append(PropertyValue::dictionary({{"countryCode", pin["countryCode"]},
+                                                   {"phoneNumber", pin["phoneNumber"]},
+                                                   {"pin", pin["pin"]},
+                                                   {"messageType", pin["messageType"]}}));
+        }
+        result = PropertyValue::dictionary({{"pins", pins}});
+    } else if (name == "requests" && method == "GET") {
+        result = log_.toValue();
+    } else if (name == "requests" && method == "DELETE") {
+        log_.clear();
+    } else if (name == "faults" && method == "POST") {
+        Fault fault;
+        problem = FaultTable::parse(body, &fault);
+        if (!problem) faults_.add(std::move(fault));
+    } else if (name == "faults" && method == "DELETE") {
+        faults_.clear();
+    } else if (name == "state" && method == "GET") {
+        result = state_.toValue();
+    } else {
+        problem = "no admin operation " + method + " " + exchange.path;
+    }
+    if (problem) {
+        return sendJson(response, 400,
+                        PropertyValue::dictionary({{"success", false}, {"error", *problem}}));
+    }
+    sendJson(response, 200, result);
+}
+
+}  // namespace nbx::emulator

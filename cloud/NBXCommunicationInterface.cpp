@@ -132,6 +132,10 @@ bool NBXCommunicationInterface::execute(NBXWebServiceRequest& request, Bytes* re
     return false;
 }
 
+std::optional<Bytes> NBXCommunicationInterface::createJSONencodedData(const PropertyValue& object) {
+    return JSONData(object);
+}
+
 // ---- lookup ----
 
 bool NBXCommunicationInterface::queryLookUpServerAndConstructNBXURL(Bytes* responseData) {

@@ -7,7 +7,6 @@
 #include <string_view>
 
 #include "DebugLine.h"
-#include "JSONKit.h"
 #include "NBXCommunicationInterface.h"
 
 namespace nbx {
@@ -134,10 +133,6 @@ std::optional<PropertyValue> NBXCommunicationInterface::parseXwwwFormURLEncodedR
         if (parts.size() == 2) result.set(std::string(parts[0]), std::string(parts[1]));
     }
     return result;
-}
-
-std::optional<Bytes> NBXCommunicationInterface::createJSONencodedData(const PropertyValue& object) {
-    return JSONData(object);
 }
 
 std::optional<std::string> NBXCommunicationInterface::filterOutUnSupportedCharactersForFileName(

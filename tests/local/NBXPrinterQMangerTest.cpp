@@ -373,6 +373,25 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
+// Later suites rely on the harness leaving nothing behind.
+TEST(PrivateCupsdHarnessTest, PointsClientsWhileAliveAndCleansUp) {
+    ScopedEnvironment server("CUPS_SERVER", "outer.example:631");
+    std::string whyNot;
+    fs::path folder;
+    {
+        auto cupsd = test::PrivateCupsd::start(&whyNot);
+        if (!cupsd) GTEST_SKIP() << "No private cupsd: " << whyNot;
+        folder = cupsd->folder();
+        EXPECT_EQ(std::getenv("CUPS_SERVER"), cupsd->server());
+        EXPECT_EQ(cupsServer() + (":" + std::to_string(ippPort())), cupsd->server());
+        EXPECT_EQ(run("lpstat -r").output, "scheduler is running\n");
+    }
+    EXPECT_STREQ(std::getenv("CUPS_SERVER"), "outer.example:631");
+    EXPECT_STREQ(cupsServer(), "outer.example");
+    cupsSetServer(nullptr);
+    EXPECT_FALSE(fs::exists(folder));
+}
+
 TEST(UnreachableSchedulerTest, CheckGivesFalse) {
     ScopedEnvironment root("CUPS_SERVERROOT", "/nonexistent");
     {

@@ -101,9 +101,9 @@ std::unique_ptr<PrivateCupsd> PrivateCupsd::start(std::string* whyNot) {
     }
     for (int attempt = 0; attempt < kPortAttempts; ++attempt) {
         cupsd->port_ = freeLoopbackPort();
+        cupsd->pointClientsHere();
         if (cupsd->writeConfiguration(&reason) && cupsd->launch(&reason) &&
             cupsd->waitUntilRunning(&reason)) {
-            cupsd->pointClientsHere();
             return cupsd;
         }
         cupsd->stop();
@@ -202,7 +202,7 @@ bool PrivateCupsd::launch(std::string* whyNot) {
 }
 
 bool PrivateCupsd::waitUntilRunning(std::string* whyNot) {
-    const std::string probe = "lpstat -h " + server() + " -r 2>/dev/null";
+    const char* probe = "lpstat -r 2>/dev/null";
     const auto deadline = std::chrono::steady_clock::now() + kStartTimeout;
     while (std::chrono::steady_clock::now() < deadline) {
         int status = 0;
@@ -212,7 +212,7 @@ bool PrivateCupsd::waitUntilRunning(std::string* whyNot) {
             return false;
         }
         std::string answer(256, '\0');
-        if (FILE* pipe = popen(probe.c_str(), "r")) {
+        if (FILE* pipe = popen(probe, "r")) {
             answer.resize(std::fread(answer.data(), 1, answer.size(), pipe));
             pclose(pipe);
         }
@@ -242,8 +242,10 @@ void PrivateCupsd::stop() {
 // libcups remembers the server it last used, so it is told again after each change. A server
 // root of our own keeps the machine's client.conf and lpoptions out of the tests.
 void PrivateCupsd::pointClientsHere() {
-    savedServer_ = environmentValue("CUPS_SERVER");
-    savedServerRoot_ = environmentValue("CUPS_SERVERROOT");
+    if (!clientsPointed_) {
+        savedServer_ = environmentValue("CUPS_SERVER");
+        savedServerRoot_ = environmentValue("CUPS_SERVERROOT");
+    }
     setenv("CUPS_SERVER", server().c_str(), 1);
     setenv("CUPS_SERVERROOT", base_.c_str(), 1);
     cupsSetServer(nullptr);

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include "CloudEmulator.h"
+#include "NBXCloudInterface.h"
+#include "ScopedEnv.h"
+#include "TempHome.h"
+
+namespace nbx::test {
+
+constexpr const char* kCountryCode = "44";
+constexpr const char* kPhoneNumber = "7700900123";
+constexpr const char* kAccessToken = "T1";
+
+// A private home, the emulator seeded with one user and one agent, and an interface made
+// through the lookup.
+class EmulatorFixture : public ::testing::Test {
+public:
+    // The caller's sender keys plus `extra`.
+    static PropertyValue sender(std::initializer_list<PropertyDictionary::Entry> extra = {});
+
+protected:
+    void SetUp() override;
+
+    // The request log's last cloud entry; null when nothing was logged.
+    PropertyValue lastRequest();
+    // Headers of a logged request without the ones the transport adds by itself.
+    static std::map<std::string, std::string> applicationHeaders(const PropertyValue& entry);
+    NBXCommunicationInterface& wire() { return *cloud->communicationInterface(); }
+
+    TempHome home;
+    CloudEmulator emulator;
+    std::unique_ptr<ScopedEnv> lookup;
+    std::unique_ptr<NBXCloudInterface> cloud;
+};
+
+Bytes base64Decoded(const std::string& text);
+
+}  // namespace nbx::test
+
+namespace nbx {
+// Readable values in test failure messages.
+inline void PrintTo(const PropertyValue& value, std::ostream* out) {
+    *out << value.description();
+}
+}  // namespace nbx

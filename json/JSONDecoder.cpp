@@ -1,1 +1,515 @@
+#include <algorithm>
+#include <charconv>
+#include <cstring>
+#include <iterator>
+#include <limits>
+#include <vector>
+
 #include "JSONKit.h"
+
+namespace nbx {
+
+namespace {
+
+constexpr const char* kEndOfBuffer = "Reached the end of the buffer.";
+constexpr const char* kUnexpectedComma = "Unexpected ','.";
+constexpr const char* kUnexpectedValue = "Unexpected value.";
+
+bool isWhiteSpace(char c) {
+    return c == ' ' || c == '\n' || c == '\r' || c == '\t';
+}
+
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+
+int hexValue(char c) {
+    if (c >= '0' && c <= '9') return c - '0';
+    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
+    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+    return -1;
+}
+
+// Raw bytes in a message would make the message itself invalid text.
+char printable(char c) {
+    return c >= 0x20 && c < 0x7F ? c : '?';
+}
+
+std::string hexByte(unsigned char c) {
+    static constexpr char kDigits[] = "0123456789abcdef";
+    return {kDigits[c >> 4], kDigits[c & 0xF]};
+}
+
+void appendUtf8(std::string& out, std::uint32_t cp) {
+    if (cp < 0x80) {
+        out += static_cast<char>(cp);
+    } else if (cp < 0x800) {
+        out += static_cast<char>(0xC0 | (cp >> 6));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else if (cp < 0x10000) {
+        out += static_cast<char>(0xE0 | (cp >> 12));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (cp >> 18));
+        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (cp & 0x3F));
+    }
+}
+
+// Length of the well-formed UTF-8 sequence at p (RFC 3629), 0 when ill-formed, or -1 when
+// the buffer ends inside an otherwise well-formed sequence.
+int utf8SequenceLength(const unsigned char* p, const unsigned char* end) {
+    const unsigned char c = p[0];
+    int len;
+    unsigned char lo = 0x80, hi = 0xBF;  // bounds of the second byte
+    if (c >= 0xC2 && c <= 0xDF) {
+        len = 2;
+    } else if (c >= 0xE0 && c <= 0xEF) {
+        len = 3;
+        if (c == 0xE0) lo = 0xA0;  // overlong
+        if (c == 0xED) hi = 0x9F;  // surrogates
+    } else if (c >= 0xF0 && c <= 0xF4) {
+        len = 4;
+        if (c == 0xF0) lo = 0x90;  // overlong
+        if (c == 0xF4) hi = 0x8F;  // past U+10FFFF
+    } else {
+        return 0;
+    }
+    for (int i = 1; i < len; ++i) {
+        if (p + i >= end) return -1;
+        const unsigned char b = p[i];
+        if (i == 1 ? (b < lo || b > hi) : (b & 0xC0) != 0x80) return 0;
+    }
+    return len;
+}
+
+// True when none of the 8 bytes needs a closer look: no quote, backslash, control
+// character or non-ASCII byte.
+bool allPlain(const char* p) {
+    std::uint64_t x;
+    std::memcpy(&x, p, sizeof x);
+    constexpr std::uint64_t kOnes = ~0ULL / 255;
+    constexpr std::uint64_t kHigh = kOnes * 0x80;
+    const auto hasZero = [](std::uint64_t v) { return (v - kOnes) & ~v & kHigh; };
+    const std::uint64_t below20 = (x - kOnes * 0x20) & ~x & kHigh;
+    return ((x & kHigh) | below20 | hasZero(x ^ (kOnes * '"')) | hasZero(x ^ (kOnes * '\\'))) == 0;
+}
+
+bool isPlain(char c) {
+    const auto u = static_cast<unsigned char>(c);
+    return u >= 0x20 && u < 0x80 && c != '"' && c != '\\';
+}
+
+// Estimates whether a number that the double conversion refused is too large (rather than
+// too small): the sign of the decimal exponent of its first significant digit decides.
+bool exceedsDoubleRange(const char* p, const char* end) {
+    if (*p == '-') ++p;
+    std::int64_t lead = 0;
+    bool found = false;
+    std::int64_t integerDigits = 0;
+    for (; p < end && isDigit(*p); ++p) {
+        if (found || *p != '0') {
+            found = true;
+            ++integerDigits;
+        }
+    }
+    lead = integerDigits - 1;
+    if (p < end && *p == '.') {
+        std::int64_t zeros = 0;
+        for (++p; p < end && isDigit(*p); ++p) {
+            if (!found && *p == '0') ++zeros;
+            if (!found && *p != '0') {
+                found = true;
+                lead = -(zeros + 1);
+            }
+        }
+    }
+    std::int64_t exponent = 0;
+    if (p < end && (*p == 'e' || *p == 'E')) {
+        ++p;
+        const bool negative = *p == '-';
+        if (*p == '-' || *p == '+') ++p;
+        for (; p < end; ++p)
+            exponent = std::min<std::int64_t>(exponent * 10 + (*p - '0'), 1'000'000'000);
+        if (negative) exponent = -exponent;
+    }
+    return lead + exponent > 0;
+}
+
+class Parser {
+public:
+    Parser(const char* data, std::size_t size) : begin_(data), p_(data), end_(data + size) {}
+
+    std::optional<PropertyValue> run(JSONError* error);
+
+private:
+    struct Open {
+        std::size_t firstValue;
+        std::size_t firstKey;
+        bool isObject;
+    };
+
+    bool fail(const char* at, std::string message);
+    void skipWhiteSpace();
+    bool parseDocument();
+    bool openContainer();
+    bool closeContainer();
+    bool parseValue();
+    bool afterValue();
+    bool parseKey();
+    bool parseString(std::string& out);
+    bool parseEscape(std::string& out);
+    bool parseHex4(std::uint32_t& cp);
+    bool parseNumber();
+    bool parseLiteral(std::string_view word, PropertyValue value);
+
+    const char* begin_;
+    const char* p_;
+    const char* end_;
+    // Members of every open container wait here until the container closes, so each
+    // container is built once at its final size.
+    std::vector<PropertyValue> values_;
+    std::vector<std::string> keys_;
+    std::vector<Open> open_;
+    const char* errorAt_ = nullptr;
+    std::string errorMessage_;
+};
+
+bool Parser::fail(const char* at, std::string message) {
+    errorAt_ = at;
+    errorMessage_ = std::move(message);
+    return false;
+}
+
+void Parser::skipWhiteSpace() {
+    while (p_ < end_ && isWhiteSpace(*p_))
+        ++p_;
+}
+
+std::optional<PropertyValue> Parser::run(JSONError* error) {
+    values_.reserve(64);
+    if (parseDocument()) return std::move(values_.front());
+    if (error) {
+        error->description = std::move(errorMessage_);
+        error->atIndex = static_cast<std::uint64_t>(errorAt_ - begin_);
+        error->lineNumber = 1 + static_cast<std::uint64_t>(std::count(begin_, errorAt_, '\n'));
+    }
+    return std::nullopt;
+}
+
+bool Parser::parseDocument() {
+    skipWhiteSpace();
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    if (*p_ != '[' && *p_ != '{') return fail(p_, "Expected either '[' or '{'.");
+    if (!openContainer()) return false;
+    while (!open_.empty()) {
+        if (!afterValue()) return false;
+    }
+    skipWhiteSpace();
+    if (p_ != end_)
+        return fail(p_,
+                    "A valid JSON object was parsed but there were additional non-white-space "
+                    "characters remaining.");
+    return true;
+}
+
+// At '[' or '{'. Leaves the parser after a complete value (an empty container) or ready for
+// the container's first member.
+bool Parser::openContainer() {
+    if (open_.size() >= JSONDecoder::kMaxDepth)
+        return fail(p_, "Nesting deeper than 512 arrays and objects.");
+    const bool isObject = *p_ == '{';
+    open_.push_back({values_.size(), keys_.size(), isObject});
+    ++p_;
+    skipWhiteSpace();
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    if (*p_ == (isObject ? '}' : ']')) {
+        ++p_;
+        return closeContainer();
+    }
+    if (isObject && !parseKey()) return false;
+    return parseValue();
+}
+
+bool Parser::closeContainer() {
+    const Open open = open_.back();
+    open_.pop_back();
+    const auto first = values_.begin() + static_cast<std::ptrdiff_t>(open.firstValue);
+    PropertyValue container;
+    if (open.isObject) {
+        PropertyDictionary dict;
+        dict.reserve(static_cast<std::size_t>(values_.end() - first));
+        auto key = keys_.begin() + static_cast<std::ptrdiff_t>(open.firstKey);
+        // A repeated key keeps its first position and takes its last value.
+        for (auto value = first; value != values_.end(); ++value, ++key)
+            dict.set(std::move(*key), std::move(*value));
+        keys_.resize(open.firstKey);
+        container = std::move(dict);
+    } else {
+        container =
+            PropertyArray(std::make_move_iterator(first), std::make_move_iterator(values_.end()));
+    }
+    values_.erase(first, values_.end());
+    values_.push_back(std::move(container));
+    return true;
+}
+
+// Parses one member value; a nested container is only opened here and finished by the loop.
+bool Parser::parseValue() {
+    skipWhiteSpace();
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    switch (*p_) {
+        case '[':
+        case '{':
+            return openContainer();
+        case '"': {
+            std::string text;
+            if (!parseString(text)) return false;
+            values_.emplace_back(std::move(text));
+            return true;
+        }
+        case 't':
+            return parseLiteral("true", true);
+        case 'f':
+            return parseLiteral("false", false);
+        case 'n':
+            return parseLiteral("null", PropertyValue());
+        case ',':
+            return fail(p_, kUnexpectedComma);
+        default:
+            if (*p_ == '-' || isDigit(*p_)) return parseNumber();
+            return fail(p_, kUnexpectedValue);
+    }
+}
+
+// After a member value: a separator and the next member, or the container's end.
+bool Parser::afterValue() {
+    skipWhiteSpace();
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    const bool isObject = open_.back().isObject;
+    const char close = isObject ? '}' : ']';
+    if (*p_ == close) {
+        ++p_;
+        return closeContainer();
+    }
+    if (*p_ != ',') return fail(p_, isObject ? "Expected ',' or '}'." : "Expected ',' or ']'.");
+    const char* comma = p_++;
+    skipWhiteSpace();
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    if (*p_ == close) return fail(comma, kUnexpectedComma);
+    if (isObject && !parseKey()) return false;
+    return parseValue();
+}
+
+bool Parser::parseKey() {
+    if (*p_ != '"') return fail(p_, *p_ == ',' ? kUnexpectedComma : kUnexpectedValue);
+    std::string key;
+    if (!parseString(key)) return false;
+    keys_.push_back(std::move(key));
+    skipWhiteSpace();
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    if (*p_ != ':') return fail(p_, "Expected ':'.");
+    ++p_;
+    return true;
+}
+
+// At the opening quote.
+bool Parser::parseString(std::string& out) {
+    const char* run = ++p_;
+    for (;;) {
+        while (end_ - p_ >= 8 && allPlain(p_))
+            p_ += 8;
+        while (p_ < end_ && isPlain(*p_))
+            ++p_;
+        if (p_ == end_) return fail(p_, kEndOfBuffer);
+        out.append(run, p_);
+        const auto c = static_cast<unsigned char>(*p_);
+        if (c == '"') {
+            ++p_;
+            return true;
+        }
+        if (c == '\\') {
+            if (!parseEscape(out)) return false;
+        } else if (c < 0x20) {
+            return fail(p_, "Invalid character < 0x20 found in string: 0x" + hexByte(c) + ".");
+        } else {
+            const auto* u = reinterpret_cast<const unsigned char*>(p_);
+            const int len = utf8SequenceLength(u, reinterpret_cast<const unsigned char*>(end_));
+            if (len < 0) return fail(end_, kEndOfBuffer);
+            if (len == 0) return fail(p_, "Invalid UTF-8 sequence found in string.");
+            out.append(p_, static_cast<std::size_t>(len));
+            p_ += len;
+        }
+        run = p_;
+    }
+}
+
+// At the backslash.
+bool Parser::parseEscape(std::string& out) {
+    if (++p_ == end_) return fail(p_, kEndOfBuffer);
+    const char c = *p_++;
+    switch (c) {
+        case '"':
+        case '\\':
+        case '/':
+            out += c;
+            return true;
+        case 'b':
+            out += '\b';
+            return true;
+        case 'f':
+            out += '\f';
+            return true;
+        case 'n':
+            out += '\n';
+            return true;
+        case 'r':
+            out += '\r';
+            return true;
+        case 't':
+            out += '\t';
+            return true;
+        case 'u':
+            break;
+        default:
+            return fail(p_ - 1, std::string("Invalid escape sequence found in string: '\\") +
+                                    printable(c) + "'.");
+    }
+    std::uint32_t cp;
+    if (!parseHex4(cp)) return false;
+    if (cp >= 0xD800 && cp <= 0xDBFF) {
+        if (end_ - p_ < 2) return fail(end_, kEndOfBuffer);
+        if (p_[0] != '\\' || p_[1] != 'u')
+            return fail(p_,
+                        "Required a second \\u Unicode escape sequence following a surrogate \\u "
+                        "Unicode escape sequence.");
+        p_ += 2;
+        std::uint32_t low;
+        if (!parseHex4(low)) return false;
+        if (low < 0xDC00 || low > 0xDFFF)
+            return fail(p_ - 6, "Invalid surrogate pair in \\u Unicode escape sequence.");
+        cp = 0x10000 + ((cp - 0xD800) << 10) + (low - 0xDC00);
+    } else if (cp >= 0xDC00 && cp <= 0xDFFF) {
+        return fail(p_ - 6, "Invalid surrogate pair in \\u Unicode escape sequence.");
+    }
+    appendUtf8(out, cp);
+    return true;
+}
+
+bool Parser::parseHex4(std::uint32_t& cp) {
+    cp = 0;
+    for (int i = 0; i < 4; ++i, ++p_) {
+        if (p_ == end_) return fail(p_, kEndOfBuffer);
+        const int digit = hexValue(*p_);
+        if (digit < 0)
+            return fail(p_, std::string("Unexpected character found in \\u Unicode escape "
+                                        "sequence.  Found '") +
+                                printable(*p_) + "', expected [0-9a-fA-F].");
+        cp = (cp << 4) | static_cast<std::uint32_t>(digit);
+    }
+    return true;
+}
+
+bool Parser::parseNumber() {
+    const char* start = p_;
+    const bool negative = *p_ == '-';
+    if (negative) ++p_;
+    const auto expectDigit = [this] {
+        if (p_ == end_) return fail(p_, kEndOfBuffer);
+        if (!isDigit(*p_)) return fail(p_, "Invalid number: expected a digit.");
+        return true;
+    };
+    if (!expectDigit()) return false;
+    std::uint64_t magnitude = 0;
+    bool fits = true;
+    if (*p_ == '0') {
+        if (++p_ < end_ && isDigit(*p_))
+            return fail(p_, "Invalid number: leading zeros are not permitted.");
+    } else {
+        for (; p_ < end_ && isDigit(*p_); ++p_) {
+            const auto digit = static_cast<std::uint64_t>(*p_ - '0');
+            if (magnitude > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) fits = false;
+            magnitude = magnitude * 10 + digit;
+        }
+    }
+    bool integral = true;
+    if (p_ < end_ && *p_ == '.') {
+        ++p_;
+        if (!expectDigit()) return false;
+        while (p_ < end_ && isDigit(*p_))
+            ++p_;
+        integral = false;
+    }
+    if (p_ < end_ && (*p_ == 'e' || *p_ == 'E')) {
+        if (++p_ < end_ && (*p_ == '+' || *p_ == '-')) ++p_;
+        if (!expectDigit()) return false;
+        while (p_ < end_ && isDigit(*p_))
+            ++p_;
+        integral = false;
+    }
+    constexpr std::uint64_t kMinMagnitude = std::uint64_t{1} << 63;  // of INT64_MIN
+    if (integral && fits && !negative) {
+        values_.emplace_back(magnitude);
+        return true;
+    }
+    if (integral && fits && magnitude <= kMinMagnitude) {
+        values_.emplace_back(magnitude == kMinMagnitude ? std::numeric_limits<std::int64_t>::min()
+                                                        : -static_cast<std::int64_t>(magnitude));
+        return true;
+    }
+    // Fractions, exponents and integers past 64 bits.
+    double d = 0;
+    const auto [end, ec] = std::from_chars(start, p_, d);
+    if (ec == std::errc::result_out_of_range) {
+        if (exceedsDoubleRange(start, p_))
+            return fail(start, "Number is too large to be represented as a double.");
+        d = negative ? -0.0 : 0.0;
+    }
+    values_.emplace_back(d);
+    return true;
+}
+
+bool Parser::parseLiteral(std::string_view word, PropertyValue value) {
+    const auto available = std::min(word.size(), static_cast<std::size_t>(end_ - p_));
+    if (std::string_view(p_, available) != word.substr(0, available))
+        return fail(p_, kUnexpectedValue);
+    if (available < word.size()) return fail(end_, kEndOfBuffer);
+    p_ += word.size();
+    values_.push_back(std::move(value));
+    return true;
+}
+
+}  // namespace
+
+PropertyValue JSONError::userInfo() const {
+    return PropertyValue::dictionary({{"NSLocalizedDescription", description},
+                                      {"JKAtIndexKey", atIndex},
+                                      {"JKLineNumberKey", lineNumber}});
+}
+
+std::optional<PropertyValue> JSONDecoder::objectWithData(const Bytes* data,
+                                                         JSONError* error) const {
+    if (!data) {
+        if (error) *error = {"The jsonData argument is NULL.", 0, 0};
+        return std::nullopt;
+    }
+    return objectWithUTF8String(
+        std::string_view(reinterpret_cast<const char*>(data->data()), data->size()), error);
+}
+
+std::optional<PropertyValue> JSONDecoder::objectWithUTF8String(std::string_view text,
+                                                               JSONError* error) const {
+    return Parser(text.data(), text.size()).run(error);
+}
+
+std::optional<PropertyValue> objectFromJSONData(const Bytes* data) {
+    return JSONDecoder().objectWithData(data, nullptr);
+}
+
+std::optional<PropertyValue> objectFromJSONData(std::string_view data) {
+    return JSONDecoder().objectWithUTF8String(data, nullptr);
+}
+
+}  // namespace nbx

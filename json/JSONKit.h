@@ -32,7 +32,7 @@ public:
                                                       JSONError* error) const;
 
 private:
-    unsigned options_;
+    [[maybe_unused]] unsigned options_;
 };
 
 // Compact encoder of a dictionary or an array.

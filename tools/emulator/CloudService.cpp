@@ -198,7 +198,7 @@ void CloudService::addAccountRoutes() {
     };
     routes_.push_back({"POST", "/idmmgtsvc/user/verification", Access::Verification, false,
                        [this](Call& call) { return requestPin(call, "sms"); }});
-    // The push request's body is either {"messageType": ...} or the bare word.
+    // The push request's body is {"messageType": ...} or the bare word.
     routes_.push_back({"POST", "/idmmgtsvc/user/verification/push", Access::Verification, false,
                        [push](Call& call) {
                            auto body = objectFromJSONData(call.request.body);

@@ -77,19 +77,22 @@ bool writeFile(const fs::path& path, const std::string& text) {
     return static_cast<bool>(out.flush());
 }
 
+std::string whyCupsdCannotRun() {
+    if (geteuid() != 0) return "a private cupsd needs root (it runs filters as user lp)";
+    if (access(kCupsd, X_OK) != 0) return std::string(kCupsd) + " is not installed";
+    if (access(NBX_BIN_DIR "/nbxbackend", X_OK) != 0) {
+        return "nbxbackend is not built in " NBX_BIN_DIR;
+    }
+    return {};
+}
+
 }  // namespace
 
 std::unique_ptr<PrivateCupsd> PrivateCupsd::start(std::string* whyNot) {
-    std::string reason;
-    if (geteuid() != 0) {
-        reason = "a private cupsd needs root (it runs filters as user lp)";
-    } else if (access(kCupsd, X_OK) != 0) {
-        reason = std::string(kCupsd) + " is not installed";
-    } else if (access(NBX_BIN_DIR "/nbxbackend", X_OK) != 0) {
-        reason = "nbxbackend is not built in " NBX_BIN_DIR;
-    }
-    char pattern[] = "/tmp/nbx-cupsd-XXXXXX";
-    if (reason.empty() && !mkdtemp(pattern)) reason = "cannot make a temporary folder";
+    std::string reason = whyCupsdCannotRun();
+    // Not under TMPDIR: that may be a private folder user lp cannot pass through.
+    std::string pattern = "/tmp/nbx-cupsd-XXXXXX";
+    if (reason.empty() && !mkdtemp(pattern.data())) reason = "cannot make a temporary folder";
     if (!reason.empty()) {
         if (whyNot) *whyNot = reason;
         return nullptr;

@@ -1,0 +1,139 @@
+#include "NBXLogger.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <thread>
+
+#include "PropertyListFile.h"
+#include "TempHome.h"
+
+namespace nbx {
+namespace {
+
+namespace fs = std::filesystem;
+
+class LoggerTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        setenv("NBX_RESOURCES", home.path().c_str(), 1);
+        setDebug(2);
+    }
+    void TearDown() override { unsetenv("NBX_RESOURCES"); }
+    void setDebug(const PropertyValue& level) const {
+        writePropertyListFile(home.path() + "/Info.plist",
+                              PropertyValue::dictionary({{"Debug", level}}));
+    }
+    static std::string contents(const std::string& path) {
+        std::ifstream in(path, std::ios::binary);
+        return std::string((std::istreambuf_iterator<char>(in)), {});
+    }
+    std::string logFolder() const { return home.appSupportFolder() + "/Logs"; }
+    test::TempHome home;
+};
+
+const std::string kStamp = R"(\[\d\d/\d\d/\d\d\|(0[1-9]|1[0-2]):[0-5]\d:[0-6]\d\.\d{4}\] )";
+
+TEST_F(LoggerTest, EntriesBeginWithALineFeedAndAStamp) {
+    const NBXLogger logger("NBXSetting");
+    EXPECT_EQ(logger.loggingFilePath(), logFolder() + "/NBXSetting.log");
+    EXPECT_EQ(logger.backupFilePath(), logFolder() + "/_NBXSetting.log");
+    logger.log("first");
+    logger.log("second 100%s");
+    NBXLogger::flush();
+    const std::string text = contents(logger.loggingFilePath());
+    EXPECT_TRUE(
+        std::regex_match(text, std::regex("\n" + kStamp + "first\n" + kStamp + "second 100%s")))
+        << text;
+}
+
+TEST_F(LoggerTest, LevelComesFromTheInformationDictionary) {
+    const struct {
+        const char* name;
+        PropertyValue level;
+        std::int32_t expected;
+    } cases[] = {
+        {"file", 2, 2},  {"text", "2", 2},       {"system log", 1, 1},
+        {"other", 7, 7}, {"absent", nullptr, 0},
+    };
+    for (const auto& c : cases) {
+        setDebug(c.level);
+        fs::remove_all(logFolder());
+        const NBXLogger logger("Level");
+        EXPECT_EQ(logger.nDebug(), c.expected) << c.name;
+        testing::internal::CaptureStderr();
+        logger.log("line");
+        NBXLogger::flush();
+        const std::string stderrText = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(fs::exists(logger.loggingFilePath()), c.expected == 2) << c.name;
+        EXPECT_EQ(stderrText == "line\n", c.expected == 1) << c.name;
+    }
+}
+
+TEST_F(LoggerTest, LoggersThatNeverWrite) {
+    const NBXLogger inFolder("Own", home.path() + "/own");
+    EXPECT_EQ(inFolder.loggingFilePath(), home.path() + "/own/Own.log");
+    EXPECT_EQ(inFolder.nDebug(), 0);
+    const NBXLogger unnamed("");
+    EXPECT_EQ(unnamed.loggingFilePath(), "");
+    EXPECT_EQ(unnamed.nDebug(), 2);
+    inFolder.log("x");
+    unnamed.log("x");
+    NBXLogger::flush();
+    EXPECT_FALSE(fs::exists(inFolder.loggingFilePath()));
+    EXPECT_FALSE(fs::exists(logFolder()) && !fs::is_empty(logFolder()));
+    EXPECT_FALSE(unnamed.logSizeGreaterThanLimit());
+}
+
+TEST_F(LoggerTest, RotatesOnlyPastTheLimit) {
+    const NBXLogger logger("Rotate");
+    std::ofstream(logger.loggingFilePath()) << std::string(NBXLogger::kLogSizeLimit, 'x');
+    std::ofstream(logger.backupFilePath()) << "old backup";
+    EXPECT_FALSE(logger.logSizeGreaterThanLimit());
+    logger.log("a");
+    NBXLogger::flush();
+    EXPECT_EQ(contents(logger.backupFilePath()), "old backup");
+    EXPECT_TRUE(logger.logSizeGreaterThanLimit());
+    logger.log("b");
+    NBXLogger::flush();
+    const std::string backup = contents(logger.backupFilePath());
+    EXPECT_EQ(backup.size(),
+              NBXLogger::kLogSizeLimit + std::string("\n[yy/MM/dd|hh:mm:ss.SSSS] a").size());
+    EXPECT_EQ(backup.back(), 'a');
+    EXPECT_TRUE(
+        std::regex_match(contents(logger.loggingFilePath()), std::regex("\n" + kStamp + "b")));
+}
+
+TEST_F(LoggerTest, ManyThreadsWriteEveryLineOnceAndWhole) {
+    constexpr int kThreads = 8, kLines = 400;
+    const NBXLogger first("Shared");
+    const NBXLogger second("Shared");
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < kLines; ++i)
+                (i % 2 ? first : second)
+                    .log("thread " + std::to_string(t) + " line " + std::to_string(i));
+        });
+    for (auto& t : threads)
+        t.join();
+    NBXLogger::flush();
+    std::istringstream text(contents(first.loggingFilePath()));
+    std::string line;
+    std::getline(text, line);
+    EXPECT_EQ(line, "");
+    std::set<std::string> seen;
+    const std::regex entry(kStamp + "(thread \\d+ line \\d+)");
+    while (std::getline(text, line)) {
+        std::smatch m;
+        ASSERT_TRUE(std::regex_match(line, m, entry)) << line;
+        EXPECT_TRUE(seen.insert(m[2]).second) << "twice: " << line;
+    }
+    EXPECT_EQ(seen.size(), static_cast<std::size_t>(kThreads * kLines));
+}
+
+}  // namespace
+}  // namespace nbx

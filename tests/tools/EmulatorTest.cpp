@@ -465,6 +465,37 @@ TEST_F(EmulatorTest, RequestLogKeepsWhatTheClientSent) {
     EXPECT_EQ(emulator.state()["users"].size(), 0u);
 }
 
+TEST_F(EmulatorTest, BadSeedsAreRefusedWithoutChangingAnything) {
+    PropertyValue good = seedUser("44", "7700900123", "me");
+    PropertyValue owner = person("44", "7700900123");
+    PropertyValue cases[] = {
+        PropertyValue::array(),
+        PropertyValue::dictionary({{"users", good}}),
+        PropertyValue::dictionary({{"users", PropertyValue::array({good, person("44", "")})}}),
+        PropertyValue::dictionary(
+            {{"users",
+              PropertyValue::array({good, PropertyValue::dictionary({{"countryCode", "1"}})})}}),
+        PropertyValue::dictionary(
+            {{"users", PropertyValue::array({good})},
+             {"agents", PropertyValue::array({PropertyValue::dictionary({{"agentId", "a"}})})}}),
+        PropertyValue::dictionary({{"agents", PropertyValue::array({PropertyValue::dictionary(
+                                                  {{"agentId", 7}, {"owner", owner}})})}}),
+        PropertyValue::dictionary(
+            {{"agents", PropertyValue::array({PropertyValue::dictionary(
+                            {{"owner", owner}, {"sharedWith", PropertyValue::array({"x"})}})})}}),
+        PropertyValue::dictionary({{"blocklist", PropertyValue::array({1})}}),
+        PropertyValue::dictionary({{"options", "x"}}),
+    };
+    for (const auto& seed : cases) {
+        PropertyValue answer = emulator.admin("POST", "/__admin/seed", seed);
+        EXPECT_FALSE(answer["success"].isTrue()) << seed.description();
+        EXPECT_TRUE(answer["error"].isString()) << seed.description();
+    }
+    PropertyValue state = emulator.state();
+    EXPECT_EQ(state["users"].size(), 0u);
+    EXPECT_EQ(state["agents"].size(), 0u);
+}
+
 TEST(EmulatorProcessTest, StateSurvivesSaveAndLoad) {
     auto file = std::filesystem::temp_directory_path() /
                 ("emulator-state-" + std::to_string(getpid()) + ".json");

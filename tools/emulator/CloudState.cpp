@@ -86,6 +86,65 @@ void overlay(PropertyDictionary& base, const PropertyDictionary& extra) {
     }
 }
 
+const PropertyArray& listOf(const PropertyValue& value) {
+    static const PropertyArray kEmpty;
+    return value.arrayPtr() ? *value.arrayPtr() : kEmpty;
+}
+
+bool isPhone(const PropertyValue& record) {
+    return VerifyIfObjectIsOfType(record["countryCode"], PropertyValue::Type::String) &&
+           VerifyIfObjectIsOfType(record["phoneNumber"], PropertyValue::Type::String);
+}
+
+std::optional<std::string> problemInUser(const PropertyValue& user) {
+    if (!isPhone(user)) return "each user needs a non-empty countryCode and phoneNumber";
+    if (!user["settings"].isNull() && !user["settings"].isDictionary()) {
+        return "a user's settings must be an object";
+    }
+    if (!user["maxAgentCount"].isNull() && !user["maxAgentCount"].integer()) {
+        return "maxAgentCount must be a number";
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> problemInAgent(const PropertyValue& agent) {
+    if (!agent.isDictionary() || !isPhone(agent["owner"])) {
+        return "each agent needs an owner with countryCode and phoneNumber";
+    }
+    const PropertyValue& id = agent["agentId"];
+    if (!id.isNull() && (!id.isString() || id.stringPtr()->empty())) {
+        return "agentId must be a non-empty string";
+    }
+    const PropertyValue& shared = agent["sharedWith"];
+    if (!shared.isNull() && (!shared.isArray() ||
+                             !std::all_of(listOf(shared).begin(), listOf(shared).end(), isPhone))) {
+        return "sharedWith must be an array of phones";
+    }
+    return std::nullopt;
+}
+
+std::optional<std::string> problemInSeed(const PropertyValue& seed) {
+    if (!seed.isDictionary()) return "the seed must be a JSON object";
+    for (const char* list : {"users", "agents", "blocklist"}) {
+        if (!seed[list].isNull() && !seed[list].isArray()) {
+            return std::string("\"") + list + "\" must be an array";
+        }
+    }
+    if (!seed["options"].isNull() && !seed["options"].isDictionary()) {
+        return "\"options\" must be an object";
+    }
+    for (const auto& user : listOf(seed["users"])) {
+        if (auto problem = problemInUser(user)) return problem;
+    }
+    for (const auto& agent : listOf(seed["agents"])) {
+        if (auto problem = problemInAgent(agent)) return problem;
+    }
+    for (const auto& mac : listOf(seed["blocklist"])) {
+        if (!mac.isString()) return "blocklist entries must be strings";
+    }
+    return std::nullopt;
+}
+
 }  // namespace
 
 CloudState::CloudState() {
@@ -112,12 +171,15 @@ void CloudState::setOption(const std::string& name, PropertyValue value) {
 }
 
 std::optional<std::string> CloudState::merge(const PropertyValue& seed) {
-    if (!seed.isDictionary()) return "the seed must be a JSON object";
-    if (auto error = mergeUsers(seed["users"])) return error;
-    if (auto error = mergeAgents(seed["agents"])) return error;
-    for (const auto& mac :
-         seed["blocklist"].arrayPtr() ? *seed["blocklist"].arrayPtr() : PropertyArray{}) {
-        if (!mac.isString()) return "blocklist entries must be strings";
+    // Everything is checked before anything changes, so a bad seed leaves the state alone.
+    if (auto error = problemInSeed(seed)) return error;
+    for (const auto& user : listOf(seed["users"])) {
+        overlay(ensureUser(*user["countryCode"].string(), *user["phoneNumber"].string()),
+                *user.dictionaryPtr());
+    }
+    for (const auto& agent : listOf(seed["agents"]))
+        mergeAgent(*agent.dictionaryPtr());
+    for (const auto& mac : listOf(seed["blocklist"])) {
         if (!isBlocked(*mac.string())) blocklist_.append(mac);
     }
     if (const auto* options = seed["options"].dictionaryPtr()) {
@@ -127,37 +189,15 @@ std::optional<std::string> CloudState::merge(const PropertyValue& seed) {
     return std::nullopt;
 }
 
-std::optional<std::string> CloudState::mergeUsers(const PropertyValue& users) {
-    if (users.isNull()) return std::nullopt;
-    if (!users.isArray()) return "\"users\" must be an array";
-    for (const auto& user : *users.arrayPtr()) {
-        auto countryCode = user["countryCode"].string();
-        auto phone = user["phoneNumber"].string();
-        if (!countryCode || !phone) return "each user needs string countryCode and phoneNumber";
-        PropertyDictionary& record = ensureUser(*countryCode, *phone);
-        overlay(record, *user.dictionaryPtr());
+void CloudState::mergeAgent(PropertyDictionary agent) {
+    const PropertyValue& owner = agent["owner"];
+    ensureUser(*owner["countryCode"].string(), *owner["phoneNumber"].string());
+    if (!agent.contains("agentId")) agent.set("agentId", nextId("agent-"));
+    if (PropertyDictionary* existing = findAgent(*agent["agentId"].string())) {
+        overlay(*existing, agent);
+    } else {
+        addAgent(std::move(agent));
     }
-    return std::nullopt;
-}
-
-std::optional<std::string> CloudState::mergeAgents(const PropertyValue& agents) {
-    if (agents.isNull()) return std::nullopt;
-    if (!agents.isArray()) return "\"agents\" must be an array";
-    for (const auto& agent : *agents.arrayPtr()) {
-        const auto& owner = agent["owner"];
-        if (!owner["countryCode"].isString() || !owner["phoneNumber"].isString()) {
-            return "each agent needs an owner with countryCode and phoneNumber";
-        }
-        ensureUser(*owner["countryCode"].string(), *owner["phoneNumber"].string());
-        PropertyDictionary record = *agent.dictionaryPtr();
-        if (!record.contains("agentId")) record.set("agentId", nextId("agent-"));
-        if (PropertyDictionary* existing = findAgent(*record["agentId"].string())) {
-            overlay(*existing, record);
-        } else {
-            addAgent(std::move(record));
-        }
-    }
-    return std::nullopt;
 }
 
 PropertyValue CloudState::toValue() const {

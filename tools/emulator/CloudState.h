@@ -56,8 +56,7 @@ public:
     std::string nextId(const std::string& prefix);
 
 private:
-    std::optional<std::string> mergeUsers(const PropertyValue& users);
-    std::optional<std::string> mergeAgents(const PropertyValue& agents);
+    void mergeAgent(PropertyDictionary agent);
 
     PropertyValue users_;
     PropertyValue agents_;

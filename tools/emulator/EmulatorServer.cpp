@@ -94,7 +94,7 @@ void EmulatorServer::install() {
     // One exchange per connection, like the client; it also keeps shutdown quick.
     server_.set_keep_alive_max_count(1);
     server_.set_read_timeout(5);
-    server_.set_payload_max_length(512u * 1024 * 1024);
+    server_.set_payload_max_length(64u * 1024 * 1024);
 }
 
 std::optional<int> EmulatorServer::bind(int port) {

@@ -1,11 +1,24 @@
 #include <QApplication>
-#include <QMainWindow>
+#include <memory>
+
+#include "AppDelegate.h"
+#include "FirstPaintWatcher.h"
+#include "MainWindow.h"
+#include "QtAlertPresenter.h"
+#include "QtUrlOpener.h"
 
 int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
-    QMainWindow window;
-    window.setWindowTitle("Nimbrix 2.0");
-    window.resize(720, 520);
-    window.show();
+    QStringList arguments = QApplication::arguments();
+    // Start-up timing: quit as soon as the main window has been painted once.
+    const bool quitAfterShow = arguments.removeAll("--quit-after-show") > 0;
+
+    auto alerts = std::make_shared<nbx::QtAlertPresenter>();
+    nbx::AppPlatform platform{
+        alerts, std::make_shared<nbx::QtUrlOpener>(), [] { QApplication::quit(); }, {}};
+    nbx::AppDelegate delegate(std::move(platform));
+    delegate.applicationDidFinishLaunching(arguments);
+    alerts->setParentWindow(delegate.window());
+    if (quitAfterShow) nbx::FirstPaintWatcher::quitAfterFirstPaint(delegate.window());
     return app.exec();
 }

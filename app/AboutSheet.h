@@ -1,0 +1,30 @@
+#pragma once
+
+#include "Localizer.h"
+#include "Sheet.h"
+
+namespace nbx {
+
+struct AboutInfo {
+    QString version;
+    QString buildDate;
+    QString notice;  // may hold "$VERSION$"
+    QString contact;
+    QString site;
+};
+
+class AboutSheet : public Sheet {
+    Q_OBJECT
+public:
+    AboutSheet(const Localizer& tr, const AboutInfo& info, QWidget* parent);
+    QString versionLine() const { return versionLine_; }
+    QPushButton* okButton() const { return ok_; }
+
+    static QString fillVersion(QString text, const QString& version);
+
+private:
+    QString versionLine_;
+    QPushButton* ok_;
+};
+
+}  // namespace nbx

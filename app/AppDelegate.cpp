@@ -1,0 +1,98 @@
+#include "AppDelegate.h"
+
+#include <QAction>
+#include <QCheckBox>
+#include <QPushButton>
+#include <QThread>
+#include <thread>
+
+#include "AboutSheet.h"
+#include "AlertSheet.h"
+#include "CIButton.h"
+#include "MainWindow.h"
+#include "NBXRefreshView.h"
+#include "PrintLaterSheet.h"
+#include "PrinterScreen.h"
+#include "SettingScreen.h"
+
+namespace nbx {
+
+AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
+    : QObject(parent), platform_(std::move(platform)) {}
+
+AppDelegate::~AppDelegate() {
+    waitForWorkers();
+}
+
+void AppDelegate::onMainThread(std::function<void()> work) {
+    if (QThread::currentThread() == thread()) {
+        work();
+        return;
+    }
+    QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+}
+
+void AppDelegate::detachNewThread(std::function<void()> work) {
+    {
+        std::lock_guard lock(workers_->mutex);
+        ++workers_->running;
+    }
+    auto counted = [workers = workers_, work = std::move(work)] {
+        work();
+        std::lock_guard lock(workers->mutex);
+        --workers->running;
+        workers->ended.notify_all();
+    };
+    if (platform_.detach) {
+        platform_.detach(std::move(counted));
+        return;
+    }
+    std::thread(std::move(counted)).detach();
+}
+
+void AppDelegate::waitForWorkers() {
+    std::unique_lock lock(workers_->mutex);
+    workers_->ended.wait(lock, [this] { return workers_->running == 0; });
+}
+
+QString AppDelegate::localized(const QString& key) const {
+    if (!langCtrl) return key;
+    return QString::fromStdString(langCtrl->getLocalizedStringWithKey(key.toStdString()));
+}
+
+Localizer AppDelegate::localizer() const {
+    return [this](const QString& key) { return localized(key); };
+}
+
+void AppDelegate::log(const std::string& line) const {
+    if (logger) logger->log(line);
+}
+
+void AppDelegate::terminate() {
+    if (platform_.quit) platform_.quit();
+}
+
+// Wires the window's controls to the flows; every handler runs on the main thread.
+void AppDelegate::connectWindow() {
+    MainWindow* w = window_.get();
+    connect(w->aboutAction, &QAction::triggered, this, &AppDelegate::clickAbout);
+    connect(w->aboutButton, &QAction::triggered, this, &AppDelegate::clickAbout);
+    connect(w->quitAction, &QAction::triggered, this, &AppDelegate::terminate);
+    connect(w->refreshAction, &QAction::triggered, this, &AppDelegate::clickRefreshbtnOnMain);
+    connect(w, &MainWindow::tabClicked, this, &AppDelegate::actionClickToolbar);
+    connect(w, &MainWindow::windowWillClose, this, &AppDelegate::windowWillClose);
+    connect(w->wizardNext, &QPushButton::clicked, this, &AppDelegate::nextAction);
+    connect(w->wizardCancel, &QPushButton::clicked, this, &AppDelegate::cancelAction);
+    connect(w->printerScreen->nextButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
+    connect(w->printerScreen->cancelButton(), &QPushButton::clicked, this,
+            &AppDelegate::cancelAction);
+    connect(w->settingScreen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
+    connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
+    connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);
+    connect(w->printLaterSheet->okButton(), &QPushButton::clicked, this,
+            &AppDelegate::clickPrinterLaterOKBtn);
+    connect(w->settingScreen->moreInfoLink(), &QPushButton::clicked, this,
+            &AppDelegate::clickMoreInfo);
+}
+
+}  // namespace nbx

@@ -1,0 +1,156 @@
+#pragma once
+
+#include <QObject>
+#include <QPointer>
+#include <QStringList>
+#include <condition_variable>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "AppPlatform.h"
+#include "LangController.h"
+#include "Localizer.h"
+#include "NBXConnectManger.h"
+#include "NBXLogger.h"
+#include "PropertyValue.h"
+
+namespace nbx {
+
+class MainWindow;
+
+// The application controller: owns the window, the language table, the state-file paths and the
+// screen state. Its flows are grouped by area, one source file each.
+class AppDelegate : public QObject {
+    Q_OBJECT
+public:
+    explicit AppDelegate(AppPlatform platform, QObject* parent = nullptr);
+    ~AppDelegate() override;
+
+    // The one way other threads reach widgets, alerts and state: queued onto the main thread.
+    void onMainThread(std::function<void()> work);
+    // Runs work on a one-shot detached thread; the controller outlives every such thread.
+    void detachNewThread(std::function<void()> work);
+    // Blocks until every worker started by detachNewThread has ended.
+    void waitForWorkers();
+
+    // --- start-up (AppDelegateStartup.cpp)
+    void applicationDidFinishLaunching(const QStringList& arguments);
+    void initCommonValue();
+    void readLaunchArguments(const QStringList& arguments);
+    // The value of "<lead><key><value>": the text from position key length + 1, "" when shorter.
+    static QString textAfterKey(const QString& argument, const QString& key);
+    // Leading integer of a text, 0 when there is none; clamped to int.
+    static int integerValue(const QString& text);
+    // The second "_" piece of a locale, "" when there is none.
+    static std::string regionOfLocale(const std::string& locale);
+    void showPrintWindow();
+    bool checkMyInfoPlist();
+    bool checkPrintQInfo();
+    bool checkNBXSaveInfoPlist(bool validateContent);
+    bool checkVAInfoPlist();
+    bool checkPrinterRegistration();
+    bool checkPrintLaterAgain();
+
+    // --- screens and wizard buttons (AppDelegateScreens.cpp)
+    void showAuthScreen();
+    void showAddPrinterScreen();
+    void showSharingPrinterScreen();
+    void showRegistrationEnableScreen();
+    void showRegistrationScreen();
+    void showGuideScreen();
+    void showGuideRegistrationEnableScreen();
+    void showSetting();
+    void actionClickToolbar(const QString& tab);
+    void nextAction();
+    void cancelAction();
+    void recordPrintTarget();
+    PropertyValue makeSendInfo();
+    std::string friendCountryCode();
+    void refreshSettingThread();
+    void clickRefreshbtnOnMain();
+    void clickRefreshbtn(bool fromButton);
+
+    // --- alerts and the busy overlay (AppDelegateAlerts.cpp)
+    void manageErrCode(const PropertyValue& code);
+    void showRefreshWindow(const std::string& word, bool showProgress);
+    void refreshMainWin();
+    void showAlertSheet(const std::string& messageKey);
+    void closeAlertWindow();
+    void showOnlyAlertMSG(const std::string& messageKey);
+    NBXConnectManger::Context alertContext();
+
+    // --- links, helper applications and small sheets (AppDelegateLinks.cpp)
+    void clickWebLink();
+    void clickMoreInfo();
+    void runNBXSetup(const std::string& mode);
+    bool setupApplicationExists() const;
+    void clickAbout();
+    void clickAbout_OKBtn();
+    void showPrintLaterSheet();
+    void clickPrinterLaterOKBtn();
+    bool windowShouldClose() const { return true; }
+    void windowWillClose();
+    void terminate();
+
+    // --- places the printer, settings, back-end and job-target flows fill in
+    //     (AppDelegatePrinters.cpp, AppDelegateSettings.cpp, AppDelegateBackend.cpp)
+    bool getAgentPrinterList();
+    bool getSupportCapabilitySelectPrinter();
+    bool writeToTargetPlist();
+    void settingGetPrinterInfo();
+    void refreshPrinter();
+    void refreshSetting();
+    void updateSettingsUI();
+    void setPlusbtn(bool enable);
+    void ManagedPrinterRegistrationBtn();
+    bool makeSPInfoDic();
+    void connectDistributedNotificatiion();
+
+    // The text of a key in the current language.
+    QString localized(const QString& key) const;
+    Localizer localizer() const;
+    MainWindow* window() const { return window_.get(); }
+
+    // --- state, as the flows share it
+    int nCrtFunctionNum = 1;
+    bool bAfterCapabilityCheck = false;
+    bool bCapabilityCheckCompleted = false;
+    int argTotalPages = 0;
+    std::string argColor, argDueplex, argPaperSize, argCopiesVal, argTargetPlist;
+    std::string sAppFolderPath, sUserFolderPath;
+    std::string sNBXSaveInfoPath, sMyInfoFilePath, sVAInfoFilePath, sAgentPLFilePath,
+        sPDLMInfoFilePath, sTonerInfoFilePath;
+    std::string sSystemLanguage, sSystemRegion, sSystemRegionCode;
+    std::string strInsertCode, strInsertPhoneN;
+    PropertyValue dicUpdateInfo = PropertyValue::dictionary();
+    PropertyValue dicGetAgentInfo = PropertyValue::dictionary();
+    PropertyValue dicRegistSelectPrint, dicGetAgentQuantity;
+    PropertyValue arrSaveAgentList = PropertyValue::array();
+    std::optional<std::vector<std::string>> arrGetuserInfo;
+    PropertyValue arrCountyCode = PropertyValue::array();
+    bool isSendPostNotification = false;
+    bool isObserverExist = false;
+
+private:
+    void log(const std::string& line) const;
+    void connectWindow();
+
+    struct Workers {
+        std::mutex mutex;
+        std::condition_variable ended;
+        int running = 0;
+    };
+
+    AppPlatform platform_;
+    std::shared_ptr<Workers> workers_ = std::make_shared<Workers>();
+    std::optional<LangController> langCtrl;
+    std::optional<NBXLogger> logger;
+    PropertyValue bundleInfo;
+    std::unique_ptr<MainWindow> window_;
+};
+
+}  // namespace nbx

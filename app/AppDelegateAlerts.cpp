@@ -1,0 +1,82 @@
+#include <QAction>
+#include <filesystem>
+
+#include "AlertSheet.h"
+#include "AppDelegate.h"
+#include "MainWindow.h"
+#include "NBXRefreshView.h"
+
+namespace nbx {
+
+NBXConnectManger::Context AppDelegate::alertContext() {
+    return {*platform_.alerts, false};
+}
+
+void AppDelegate::manageErrCode(const PropertyValue& code) {
+    const std::string text = NBXConnectManger::codeText(code);
+    std::error_code ec;
+    if (text == "13002") {
+        std::filesystem::remove(sAgentPLFilePath, ec);
+        if (setupApplicationExists()) {
+            const int answer = platform_.alerts->runModal(
+                {localized("Authentication Confirmation").toStdString(),
+                 localized("Phone is not registered. Please, register your phone again.")
+                     .toStdString(),
+                 {localized("Yes").toStdString(), localized("No").toStdString()}});
+            if (answer == 0) {
+                runNBXSetup("userchange");
+            } else {
+                terminate();
+            }
+        }
+    } else {
+        NBXConnectManger::runAlertPanel(text, alertContext());
+        if (text == "16000") {
+            std::filesystem::remove(sAgentPLFilePath, ec);
+            showSetting();
+            setPlusbtn(true);
+        }
+    }
+    showRefreshWindow("STOP", false);
+    if (!bCapabilityCheckCompleted && !argTargetPlist.empty()) terminate();
+}
+
+void AppDelegate::showRefreshWindow(const std::string& word, bool showProgress) {
+    if (word != "START" && word != "STOP") {
+        onMainThread([this] { refreshMainWin(); });
+        return;
+    }
+    const bool start = word == "START";
+    onMainThread([this, start, showProgress] {
+        window_->aboutButton->setEnabled(!start);
+        window_->aboutAction->setEnabled(!start);
+        window_->refreshAction->setEnabled(!start);
+        if (!start) {
+            window_->refreshView->hideOverlay();
+        } else if (window_->refreshView->isHidden()) {
+            window_->refreshView->showOverlay(showProgress);
+        }
+        refreshMainWin();
+    });
+}
+
+void AppDelegate::refreshMainWin() {
+    window_->update();
+}
+
+void AppDelegate::showAlertSheet(const std::string& messageKey) {
+    window_->alertSheet->setMessage(localized(QString::fromStdString(messageKey)));
+    window_->alertSheet->open();
+}
+
+void AppDelegate::closeAlertWindow() {
+    window_->alertSheet->hide();
+}
+
+void AppDelegate::showOnlyAlertMSG(const std::string& messageKey) {
+    QMetaObject::invokeMethod(
+        this, [this, messageKey] { NBXConnectManger::runAlertMSG(messageKey, alertContext()); },
+        Qt::QueuedConnection);
+}
+
+}  // namespace nbx

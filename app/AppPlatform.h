@@ -1,0 +1,21 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "AlertPresenter.h"
+#include "UrlOpener.h"
+
+namespace nbx {
+
+// What the controller reaches outside this machine or process: the product wires Qt in, tests
+// script or record them.
+struct AppPlatform {
+    std::shared_ptr<AlertPresenter> alerts;
+    std::shared_ptr<UrlOpener> urls;
+    std::function<void()> quit;
+    // Starts a one-shot worker; a plain detached thread when empty.
+    std::function<void(std::function<void()>)> detach;
+};
+
+}  // namespace nbx

@@ -1,0 +1,211 @@
+#include "MainWindow.h"
+
+#include <QAction>
+#include <QActionGroup>
+#include <QCloseEvent>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QMenuBar>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QToolBar>
+#include <QVBoxLayout>
+
+#include "AboutSheet.h"
+#include "AlertSheet.h"
+#include "InformationSheet.h"
+#include "NBXImages.h"
+#include "NBXMainBGView.h"
+#include "NBXRefreshView.h"
+#include "NBXSendButton.h"
+#include "NBXTitleImageView.h"
+#include "PhoneEntry.h"
+#include "PrintLaterSheet.h"
+#include "PrinterScreen.h"
+#include "ProfilePhoneSheet.h"
+#include "RenameSheet.h"
+#include "SettingScreen.h"
+#include "TonerWindow.h"
+#include "UnlinkSheet.h"
+#include "WizardScreen.h"
+
+namespace nbx {
+
+namespace {
+
+const char* const kStyle = R"(
+QWidget { font-size: 10pt; }
+QLabel#heading { font-size: 13pt; font-weight: 600; color: #111827; }
+QLabel#hint { color: #4b5563; }
+QLabel#warning { color: #b91c1c; }
+QToolBar { background: #ffffff; border: none; border-bottom: 1px solid #e5e7eb; spacing: 6px; }
+QToolButton { padding: 4px 10px; border-radius: 6px; }
+QToolButton:checked { background: #e8f0fe; color: #1a56db; }
+QPushButton { padding: 5px 14px; border: 1px solid #d1d5db; border-radius: 6px;
+              background: #ffffff; }
+QPushButton:hover { background: #f3f4f6; }
+QPushButton#primary { background: #1a56db; color: white; border-color: #1a56db; }
+QPushButton#primary:disabled { background: #93b4f0; border-color: #93b4f0; }
+QListWidget#cardTable, QListWidget#sectionTable { border: 1px solid #e5e7eb; border-radius: 8px;
+              background: #ffffff; }
+QListWidget#cardTable::item:selected { background: #e8f0fe; }
+QListWidget#sectionTable::item { padding: 8px; }
+QListWidget#sectionTable::item:selected { background: #e8f0fe; color: #1a56db; }
+QLineEdit, QComboBox { padding: 4px 6px; border: 1px solid #d1d5db; border-radius: 6px;
+              background: #ffffff; }
+)";
+
+}  // namespace
+
+MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
+                       const AboutInfo& about) {
+    setWindowTitle("Nimbrix 2.0");
+    setStyleSheet(kStyle);
+    resize(760, 560);
+    buildMenu(tr);
+    tonerWindow = new TonerWindow(tr, this);
+    aboutSheet = new AboutSheet(tr, about, this);
+    alertSheet = new AlertSheet(tr, this);
+    setCentralWidget(buildCentral(tr));
+    buildToolbar(tr);
+    printerScreen = new PrinterScreen(tr, countryTable);
+    settingScreen = new SettingScreen(tr);
+    buildWizardScreens(tr, countryTable);
+    for (QWidget* screen : std::initializer_list<QWidget*>{
+             authScreen, addPrinterScreen, sharingPrinterScreen, registrationEnableScreen,
+             registrationScreen, guideScreen, printerScreen, settingScreen}) {
+        activeArea_->addWidget(screen);
+    }
+    informationSheet = new InformationSheet(tr, this);
+    renameSheet = new RenameSheet(tr, this);
+    unlinkSheet = new UnlinkSheet(tr, this);
+    printLaterSheet = new PrintLaterSheet(tr, this);
+    profilePhoneSheet = new ProfilePhoneSheet(tr, countryTable, this);
+    refreshView = new NBXRefreshView(centralWidget());
+}
+
+void MainWindow::buildMenu(const Localizer& tr) {
+    QMenu* menu = menuBar()->addMenu("Nimbrix");
+    aboutAction = menu->addAction(tr("About"));
+    aboutAction->setMenuRole(QAction::AboutRole);
+    menu->addSeparator();
+    quitAction = menu->addAction(tr("Quit"));
+    quitAction->setShortcut(QKeySequence::Quit);
+    quitAction->setMenuRole(QAction::QuitRole);
+}
+
+void MainWindow::buildToolbar(const Localizer& tr) {
+    toolbar = addToolBar("tabs");
+    toolbar->setMovable(false);
+    toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    auto* group = new QActionGroup(this);
+    auto addTab = [&](const char* key, const QString& icon, const QString& tab) {
+        QAction* action = toolbar->addAction(NBXImages::image(icon), tr(key));
+        action->setCheckable(true);
+        group->addAction(action);
+        connect(action, &QAction::triggered, this, [this, tab] { emit tabClicked(tab); });
+        return action;
+    };
+    printerTab = addTab("My Printer", "icon_printer", "Printer");
+    contactsTab = addTab("Contacts", "icon_profile01", "Contacts");
+    settingsTab = addTab("Settings", "icon_settings", "Setting");
+    auto* spacer = new QWidget;
+    spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+    toolbar->addWidget(spacer);
+    refreshAction = toolbar->addAction(NBXImages::image("icon_refresh"), tr("Refresh"));
+    aboutButton = toolbar->addAction(NBXImages::image("icon_about"), tr("About"));
+}
+
+QWidget* MainWindow::buildCentral(const Localizer& tr) {
+    auto* background = new NBXMainBGView(QColor(0xf7, 0xf8, 0xfa));
+    titleView = new NBXTitleImageView;
+    titleView->setPixmap(NBXImages::image("icon_printer").pixmap(28, 28));
+    auto* title = new QLabel(tr("Adding Nimbrix"));
+    title->setObjectName("heading");
+    titleBar_ = new QWidget;
+    auto* titleLayout = new QHBoxLayout(titleBar_);
+    titleLayout->setContentsMargins(18, 12, 18, 0);
+    titleLayout->addWidget(titleView);
+    titleLayout->addWidget(title, 1);
+
+    activeArea_ = new QStackedWidget;
+    wizardCancel = new QPushButton(tr("Cancel"));
+    wizardNext = new QPushButton(tr("Next"));
+    wizardNext->setObjectName("primary");
+    wizardNext->setDefault(true);
+    wizardBar_ = new QWidget;
+    auto* buttons = new QHBoxLayout(wizardBar_);
+    buttons->setContentsMargins(18, 0, 18, 14);
+    buttons->addStretch();
+    buttons->addWidget(wizardCancel);
+    buttons->addWidget(wizardNext);
+
+    auto* layout = new QVBoxLayout(background);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(titleBar_);
+    layout->addWidget(activeArea_, 1);
+    layout->addWidget(wizardBar_);
+    return background;
+}
+
+void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& countryTable) {
+    authScreen = new WizardScreen("icon_profile01", tr("Register your phone number"),
+                                  tr("Please, Enter the sender information, the recipient can view "
+                                     "the information of the sender"));
+    auto* certification = new NBXSendButton(tr("Certification"));
+    auto* authEntry = new QWidget;
+    auto* authLayout = new QHBoxLayout(authEntry);
+    authLayout->addWidget(new PhoneEntry(tr, countryTable, certification), 1);
+    authLayout->addWidget(certification);
+    authScreen->addBody(authEntry);
+    addPrinterScreen =
+        new WizardScreen("icon_printer", tr("Adding Nimbrix"), tr("localKey_MSG_PrinterQ"));
+    sharingPrinterScreen = new WizardScreen(
+        "icon_printer", tr("Printer Registration via PC"),
+        tr("If your printer does not have a Nimbrix feature, connect your PC to the cloud."));
+    registrationEnableScreen =
+        new WizardScreen("icon_printer", tr("Set the printer to register"),
+                         tr("After connecting, the Printer name will be shown in your Nimbrix "
+                            "mobile app."));
+    registrationScreen = new WizardScreen("icon_printer", tr("Printer Registration"),
+                                          tr("Set the printer to register"));
+    guideScreen = new WizardScreen("icon_my-cloud-box", tr("Nimbrix 2.0"),
+                                   tr("After connecting, the Printer name will be shown in your "
+                                      "Nimbrix mobile app."));
+}
+
+void MainWindow::showScreen(QWidget* screen) {
+    activeArea_->setCurrentWidget(screen);
+}
+QWidget* MainWindow::currentScreen() const {
+    return activeArea_->currentWidget();
+}
+
+void MainWindow::selectTab(const QString& tab) {
+    const bool setting = tab == "Setting";
+    (setting ? settingsTab : printerTab)->setChecked(true);
+    showScreen(setting ? static_cast<QWidget*>(settingScreen) : printerScreen);
+}
+
+void MainWindow::setWizardButtonsVisible(bool visible) {
+    wizardBar_->setVisible(visible);
+}
+void MainWindow::setToolbarVisible(bool visible) {
+    toolbar->setVisible(visible);
+}
+void MainWindow::setSettingsTabVisible(bool visible) {
+    settingsTab->setVisible(visible);
+}
+void MainWindow::setTitleViewVisible(bool visible) {
+    titleBar_->setVisible(visible);
+}
+bool MainWindow::titleViewVisible() const {
+    return !titleBar_->isHidden();
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+    emit windowWillClose();
+    event->accept();
+}
+
+}  // namespace nbx

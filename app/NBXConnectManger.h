@@ -1,0 +1,40 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "AlertPresenter.h"
+#include "PropertyValue.h"
+
+namespace nbx {
+
+// Turns cloud error codes and message keys into modal alerts.
+class NBXConnectManger {
+public:
+    struct Context {
+        AlertPresenter& alerts;
+        bool debug = false;
+    };
+    // Looks a text up in the language table by its English wording.
+    using TextLookup = std::function<std::string(const std::string& key)>;
+
+    static void runAlertPanel(const PropertyValue& code, const Context& context);
+    static void runAlertMSG(const std::string& messageKey, const Context& context);
+
+    // An error code as text: numbers in decimal, text as it stands.
+    static std::string codeText(const PropertyValue& code);
+    static bool isSilentCode(const std::string& code);
+    // The message key for a code; the first matching row of the table wins.
+    static std::string messageKeyForCode(const std::string& code);
+    // "+<country><number without leading zeros>" from the stored MyInfo file, "" without it.
+    static std::string storedPhoneText();
+    // The template with "2" for its first placeholder and the code for its second; "" when a
+    // placeholder is missing or the code is empty.
+    static std::string codeLine(const std::string& codeTemplate, const std::string& code);
+    static std::string replaceFirst(const std::string& text, const std::string& placeholder,
+                                    const std::string& value);
+    static std::string alertText(const std::string& code, const TextLookup& lookup,
+                                 const std::string& phoneText);
+};
+
+}  // namespace nbx

@@ -1,0 +1,136 @@
+#include "PrinterScreen.h"
+
+#include <QCheckBox>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QListWidget>
+#include <QPushButton>
+#include <QVBoxLayout>
+
+#include "NBXPrinterCell.h"
+#include "PhoneEntry.h"
+
+namespace nbx {
+
+namespace {
+QString text(const PropertyValue& record, const char* key) {
+    return QString::fromStdString(record[key].string().value_or(""));
+}
+}  // namespace
+
+PrinterScreen::PrinterScreen(const Localizer& tr, const PropertyValue& countryTable,
+                             QWidget* parent)
+    : QWidget(parent),
+      tr_(tr),
+      printers_(new QListWidget),
+      friends_(new QListWidget),
+      friendEntry_(new PhoneEntry(tr, countryTable, nullptr)),
+      popupCheck_(new QCheckBox(tr("Don't show again. Always use recent printer."))),
+      cancel_(new QPushButton(tr("Cancel"))),
+      next_(new QPushButton(tr("Print Job"))) {
+    auto* intro =
+        new QLabel(tr("Add your printer and use the cloud printing. You can save files "
+                      "for printing later to `My Drive' in the NBX mobile application."));
+    intro->setWordWrap(true);
+    intro->setObjectName("hint");
+    auto* hint =
+        new QLabel(tr("Please, enter the phone number of the friend you want to send the file."));
+    hint->setWordWrap(true);
+    hint->setObjectName("hint");
+    for (QListWidget* table : {printers_, friends_}) {
+        table->setObjectName("cardTable");
+        table->setSelectionMode(QAbstractItemView::SingleSelection);
+        connect(table, &QListWidget::itemSelectionChanged, this, [table] { markSelection(table); });
+    }
+    addRow(friends_, "Friend", tr("Send to Friend"), QString());
+    friends_->setFixedHeight(NBXPrinterCell::heightOfRow("Friend") + 6);
+    next_->setDefault(true);
+    next_->setObjectName("primary");
+
+    auto* buttons = new QHBoxLayout;
+    buttons->addWidget(popupCheck_);
+    buttons->addStretch();
+    buttons->addWidget(cancel_);
+    buttons->addWidget(next_);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(18, 12, 18, 12);
+    layout->addWidget(intro);
+    layout->addWidget(printers_, 1);
+    layout->addWidget(friends_);
+    layout->addWidget(friendEntry_);
+    layout->addWidget(hint);
+    layout->addLayout(buttons);
+    reloadPrinters(
+        PropertyValue::array({PropertyValue::dictionary({{"agentType", "TitleMyPrinter"}}),
+                              PropertyValue::dictionary({{"agentType", "TitleFriendPrinter"}})}));
+}
+
+QString PrinterScreen::cellTypeFor(const PropertyValue& record) {
+    const std::string type = record["agentType"].string().value_or("");
+    if (type == "My Drive" || type == "TitleMyPrinter" || type == "TitleFriendPrinter") {
+        return QString::fromStdString(type);
+    }
+    if (type == "POST_AGENT") return "PostOffice";
+    return record["isPaidDevice"].isTrue() ? "PaymentPrinter" : "Printer";
+}
+
+void PrinterScreen::reloadPrinters(const PropertyValue& agentList) {
+    printers_->clear();
+    for (std::size_t i = 0; i < agentList.size(); ++i) {
+        const PropertyValue& record = agentList.at(i);
+        const QString type = cellTypeFor(record);
+        QString title = text(record, "agentAlias");
+        if (type == "TitleMyPrinter") title = tr_("My Printer");
+        if (type == "TitleFriendPrinter") title = tr_("Friend's Printer");
+        if (type == "My Drive") title = tr_("My Drive");
+        if (record["friendUserId"].isString()) {
+            title = text(record, "firstName") + " " + text(record, "lastName");
+        }
+        addRow(printers_, type, title, text(record, "agentModelName"));
+    }
+    setPlusButton(plusEnabled_, plusToolTip_);
+}
+
+void PrinterScreen::addRow(QListWidget* table, const QString& type, const QString& title,
+                           const QString& subTitle) {
+    auto* cell = new NBXPrinterCell(tr_);
+    cell->setCellType(type, title, subTitle, table->count());
+    auto* item = new QListWidgetItem(table);
+    item->setSizeHint(QSize(0, NBXPrinterCell::heightOfRow(type)));
+    if (cell->isHeader()) item->setFlags(Qt::ItemIsEnabled);
+    table->setItemWidget(item, cell);
+    connect(cell, &NBXPrinterCell::addClicked, this, &PrinterScreen::addPrinterClicked);
+}
+
+void PrinterScreen::markSelection(QListWidget* table) {
+    for (int row = 0; row < table->count(); ++row) {
+        auto* cell = qobject_cast<NBXPrinterCell*>(table->itemWidget(table->item(row)));
+        if (cell) cell->setSelected(table->item(row)->isSelected());
+    }
+}
+
+int PrinterScreen::selectedPrinterRow() const {
+    const auto items = printers_->selectedItems();
+    return items.isEmpty() ? -1 : printers_->row(items.first());
+}
+
+int PrinterScreen::selectedFriendRow() const {
+    const auto items = friends_->selectedItems();
+    return items.isEmpty() ? -1 : friends_->row(items.first());
+}
+
+NBXPrinterCell* PrinterScreen::printerCell(int row) const {
+    auto* item = printers_->item(row);
+    return item ? qobject_cast<NBXPrinterCell*>(printers_->itemWidget(item)) : nullptr;
+}
+
+void PrinterScreen::setPlusButton(bool enable, const QString& toolTip) {
+    plusEnabled_ = enable;
+    plusToolTip_ = toolTip;
+    for (int row = 0; row < printers_->count(); ++row) {
+        NBXPrinterCell* cell = printerCell(row);
+        if (cell && cell->cellType() == "TitleMyPrinter") cell->setAddBtnStaus(enable, toolTip);
+    }
+}
+
+}  // namespace nbx

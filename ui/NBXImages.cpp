@@ -1,0 +1,47 @@
+#include "NBXImages.h"
+
+#include <QFileInfo>
+#include <QHash>
+
+#include "Configuration.h"
+
+namespace nbx::NBXImages {
+
+namespace {
+
+QString themeName(const QString& key) {
+    static const QHash<QString, QString> names = {
+        {"icon_printer", "printer"},           {"icon_profile01", "avatar-default"},
+        {"icon_my-cloud-box", "folder-cloud"}, {"btn_add_normal", "list-add"},
+        {"icon_info", "dialog-information"},   {"icon_rename", "document-edit"},
+        {"icon_unlink", "edit-delete"},        {"icon_refresh", "view-refresh"},
+        {"icon_about", "help-about"},
+    };
+    return names.value(key);
+}
+
+}  // namespace
+
+QString fallbackFile(const QString& key) {
+    const QString folder = QString::fromStdString(Configuration::resourcesFolder()) + "/images/";
+    for (const char* ext : {".svg", ".png"}) {
+        const QString path = folder + key + ext;
+        if (QFileInfo::exists(path)) return path;
+    }
+    return {};
+}
+
+QIcon image(const QString& key) {
+    const QString file = fallbackFile(key);
+    const QIcon fallback = file.isEmpty() ? QIcon() : QIcon(file);
+    const QString theme = themeName(key);
+    return theme.isEmpty() ? fallback : QIcon::fromTheme(theme, fallback);
+}
+
+QIcon flag(const QString& alpha2) {
+    const QString path =
+        QString::fromStdString(Configuration::flagsFolder()) + "/" + alpha2.toLower() + ".png";
+    return QFileInfo::exists(path) ? QIcon(path) : QIcon();
+}
+
+}  // namespace nbx::NBXImages

@@ -37,11 +37,12 @@ public:
     PropertyDictionary& operator=(PropertyDictionary&&) noexcept = default;
     ~PropertyDictionary();
 
-    std::size_t size() const { return entries_.size(); }
-    bool empty() const { return entries_.empty(); }
-    const_iterator begin() const { return entries_.begin(); }
-    const_iterator end() const { return entries_.end(); }
-    void reserve(std::size_t n) { entries_.reserve(n); }
+    // Defined below PropertyValue: clang instantiates these eagerly and needs it complete.
+    std::size_t size() const;
+    bool empty() const;
+    const_iterator begin() const;
+    const_iterator end() const;
+    void reserve(std::size_t n);
 
     const PropertyValue* find(std::string_view key) const;
     PropertyValue* find(std::string_view key);
@@ -160,6 +161,22 @@ private:
                  Bytes, PropertyArray, PropertyDictionary>
         v_;
 };
+
+inline std::size_t PropertyDictionary::size() const {
+    return entries_.size();
+}
+inline bool PropertyDictionary::empty() const {
+    return entries_.empty();
+}
+inline PropertyDictionary::const_iterator PropertyDictionary::begin() const {
+    return entries_.begin();
+}
+inline PropertyDictionary::const_iterator PropertyDictionary::end() const {
+    return entries_.end();
+}
+inline void PropertyDictionary::reserve(std::size_t n) {
+    entries_.reserve(n);
+}
 
 const char* typeName(PropertyValue::Type type);
 

@@ -491,6 +491,10 @@ TEST_F(EmulatorTest, BadSeedsAreRefusedWithoutChangingAnything) {
         EXPECT_FALSE(answer["success"].isTrue()) << seed.description();
         EXPECT_TRUE(answer["error"].isString()) << seed.description();
     }
+    auto notJson = client.http.Post("/__admin/seed", "{", "application/json");
+    ASSERT_TRUE(notJson);
+    EXPECT_EQ(notJson->status, 400);
+    EXPECT_FALSE(emulator.admin("GET", "/__admin/nothing")["success"].isTrue());
     PropertyValue state = emulator.state();
     EXPECT_EQ(state["users"].size(), 0u);
     EXPECT_EQ(state["agents"].size(), 0u);

@@ -288,6 +288,17 @@ std::string CloudState::issuePin(const std::string& countryCode, const std::stri
     return pin;
 }
 
+PropertyValue CloudState::issuedPins() const {
+    PropertyValue list = PropertyValue::array();
+    for (const auto& pin : *pins_.arrayPtr()) {
+        list.append(PropertyValue::dictionary({{"countryCode", pin["countryCode"]},
+                                               {"phoneNumber", pin["phoneNumber"]},
+                                               {"pin", pin["pin"]},
+                                               {"messageType", pin["messageType"]}}));
+    }
+    return list;
+}
+
 bool CloudState::consumePin(const std::string& countryCode, const std::string& phone,
                             std::int64_t pin) {
     auto& all = *pins_.arrayPtr();

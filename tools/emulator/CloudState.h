@@ -38,7 +38,8 @@ public:
                          const std::string& messageType);
     // True when `pin` matches the newest unused, unexpired PIN of the phone; uses it up.
     bool consumePin(const std::string& countryCode, const std::string& phone, std::int64_t pin);
-    const PropertyValue& pins() const { return pins_; }
+    // The PINs in issue order, as the admin path lists them.
+    PropertyValue issuedPins() const;
 
     PropertyArray& agents() { return *agents_.arrayPtr(); }
     PropertyDictionary* findAgent(const std::string& agentId);

@@ -246,56 +246,49 @@ void EmulatorServer::sendJson(httplib::Response& response, int status,
 }
 
 void EmulatorServer::handleAdmin(const Exchange& exchange, httplib::Response& response) {
-    std::string name = exchange.path.substr(std::string(kAdminPrefix).size());
-    std::string method = exchange.method;
-    PropertyValue body;
-    if (!exchange.request.body.empty()) {
-        auto decoded = objectFromJSONData(exchange.request.body);
-        if (!decoded) {
-            return sendJson(
-                response, 400,
-                PropertyValue::dictionary({{"success", false}, {"error", "the body is not JSON"}}));
-        }
-        body = std::move(*decoded);
-    }
-    std::optional<std::string> problem;
+    std::optional<PropertyValue> body = PropertyValue();
+    if (!exchange.request.body.empty()) body = objectFromJSONData(exchange.request.body);
     PropertyValue result = PropertyValue::dictionary({{"success", true}});
-    std::lock_guard lock(mutex_);
-    if (name == "reset" && method == "POST") {
-        state_.reset();
-        log_.clear();
-        faults_.clear();
-    } else if (name == "seed" && method == "POST") {
-        problem = state_.merge(body);
-    } else if (name == "pins" && method == "GET") {
-        PropertyValue pins = PropertyValue::array();
-        for (const auto& pin : *state_.pins().arrayPtr()) {
-            pins.append(PropertyValue::dictionary({{"countryCode", pin["countryCode"]},
-                                                   {"phoneNumber", pin["phoneNumber"]},
-                                                   {"pin", pin["pin"]},
-                                                   {"messageType", pin["messageType"]}}));
-        }
-        result = PropertyValue::dictionary({{"pins", pins}});
-    } else if (name == "requests" && method == "GET") {
-        result = log_.toValue();
-    } else if (name == "requests" && method == "DELETE") {
-        log_.clear();
-    } else if (name == "faults" && method == "POST") {
-        Fault fault;
-        problem = FaultTable::parse(body, &fault);
-        if (!problem) faults_.add(std::move(fault));
-    } else if (name == "faults" && method == "DELETE") {
-        faults_.clear();
-    } else if (name == "state" && method == "GET") {
-        result = state_.toValue();
-    } else {
-        problem = "no admin operation " + method + " " + exchange.path;
+    std::optional<std::string> problem = "the body is not JSON";
+    if (body) {
+        std::string name = exchange.path.substr(std::string(kAdminPrefix).size());
+        problem = runAdmin(exchange.method + " " + name, *body, &result);
     }
     if (problem) {
         return sendJson(response, 400,
                         PropertyValue::dictionary({{"success", false}, {"error", *problem}}));
     }
     sendJson(response, 200, result);
+}
+
+std::optional<std::string> EmulatorServer::runAdmin(const std::string& operation,
+                                                    const PropertyValue& body,
+                                                    PropertyValue* result) {
+    std::lock_guard lock(mutex_);
+    if (operation == "POST reset") {
+        state_.reset();
+        log_.clear();
+        faults_.clear();
+    } else if (operation == "POST seed") {
+        return state_.merge(body);
+    } else if (operation == "GET pins") {
+        *result = PropertyValue::dictionary({{"pins", state_.issuedPins()}});
+    } else if (operation == "GET requests") {
+        *result = log_.toValue();
+    } else if (operation == "DELETE requests") {
+        log_.clear();
+    } else if (operation == "POST faults") {
+        Fault fault;
+        if (auto problem = FaultTable::parse(body, &fault)) return problem;
+        faults_.add(std::move(fault));
+    } else if (operation == "DELETE faults") {
+        faults_.clear();
+    } else if (operation == "GET state") {
+        *result = state_.toValue();
+    } else {
+        return "no admin operation " + operation;
+    }
+    return std::nullopt;
 }
 
 }  // namespace nbx::emulator

@@ -37,6 +37,9 @@ private:
     void install();
     void handle(const httplib::Request& request, httplib::Response& response);
     void handleAdmin(const Exchange& exchange, httplib::Response& response);
+    // `operation` is "METHOD name"; answers an error text, or fills `result`.
+    std::optional<std::string> runAdmin(const std::string& operation, const PropertyValue& body,
+                                        PropertyValue* result);
     void handleCloud(const Exchange& exchange, httplib::Response& response);
     ApiReply answer(const Exchange& exchange);
     bool waitFor(int delayMs) const;

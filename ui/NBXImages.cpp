@@ -39,6 +39,7 @@ QIcon image(const QString& key) {
 }
 
 QIcon flag(const QString& alpha2) {
+    if (alpha2.isEmpty() || alpha2.contains('/')) return {};
     const QString path =
         QString::fromStdString(Configuration::flagsFolder()) + "/" + alpha2.toLower() + ".png";
     return QFileInfo::exists(path) ? QIcon(path) : QIcon();

@@ -81,7 +81,7 @@ void NBXPrinterCell::setCellType(const QString& type, const QString& title, cons
     title_->setText(title);
     title_->setStyleSheet(header ? "font-weight:600;color:#374151;" : "font-weight:500;");
     const QString fixedKey = fixedSubTitleKey(type);
-    subTitle_->setText(fixedKey.isEmpty() ? subTitle : localizer_(fixedKey));
+    subTitle_->setText(header ? QString() : fixedKey.isEmpty() ? subTitle : localizer_(fixedKey));
     subTitle_->setVisible(!header && !subTitle_->text().isEmpty());
     icon_->setVisible(!header);
     if (!imageKey_.isEmpty()) icon_->setPixmap(NBXImages::image(imageKey_).pixmap(kIconSize));

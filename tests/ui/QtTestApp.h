@@ -1,0 +1,23 @@
+#pragma once
+
+#include <QApplication>
+#include <cstdlib>
+
+namespace nbx::test {
+
+// One offscreen application per test program, made on first use.
+inline QApplication& qtApp() {
+    static int argc = 1;
+    static char name[] = "nbx-tests";
+    static char* argv[] = {name, nullptr};
+    setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    static QApplication app(argc, argv);
+    return app;
+}
+
+// As a first member, makes sure the application exists before any widget member.
+struct QtAppUser {
+    QtAppUser() { qtApp(); }
+};
+
+}  // namespace nbx::test

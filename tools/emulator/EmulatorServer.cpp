@@ -164,9 +164,12 @@ ApiReply EmulatorServer::answer(const Exchange& exchange) {
     if (exchange.path == CloudService::kLookupPath) {
         return service_.lookup(exchange.request, "127.0.0.1:" + std::to_string(port_));
     }
+    // Clients turn a redirected POST into a GET; the chain remembers what was asked for.
+    std::string method = exchange.request.get_param_value(kRedirectMethodParameter);
+    if (method.empty()) method = exchange.method;
     std::string apiPath = pathWithoutPrefix(exchange.path);
     if (apiPath != exchange.path) {
-        if (auto reply = service_.handle(exchange.method, apiPath, exchange.request)) return *reply;
+        if (auto reply = service_.handle(method, apiPath, exchange.request)) return *reply;
     }
     return CloudService::error("18000", "no operation at " + exchange.path);
 }
@@ -187,6 +190,9 @@ void EmulatorServer::redirect(const Exchange& exchange, int remaining,
     for (const auto& [name, value] : exchange.request.params) {
         if (name == kRedirectParameter) continue;
         query += name + "=" + httplib::detail::encode_query_param(value) + "&";
+    }
+    if (!exchange.request.has_param(kRedirectMethodParameter)) {
+        query += std::string(kRedirectMethodParameter) + "=" + exchange.method + "&";
     }
     query += std::string(kRedirectParameter) + "=" + std::to_string(remaining);
     response.set_redirect("http://127.0.0.1:" + std::to_string(port_) + exchange.path + "?" + query,

@@ -21,6 +21,7 @@ class EmulatorServer {
 public:
     static constexpr const char* kAdminPrefix = "/__admin/";
     static constexpr const char* kRedirectParameter = "nbxRedirectsLeft";
+    static constexpr const char* kRedirectMethodParameter = "nbxRedirectMethod";
 
     EmulatorServer(CloudState& state, std::ostream& console, bool quiet);
 

@@ -325,6 +325,11 @@ public:
                 plist_get_date_val(node, &sec, &usec);
                 return PropertyValue(Date(std::chrono::seconds(sec + kSecondsFrom1970To2001)));
             }
+            case PLIST_UID: {
+                std::uint64_t uid = 0;
+                plist_get_uid_val(node, &uid);
+                return PropertyValue(uid);
+            }
             case PLIST_ARRAY:
                 return array(node);
             case PLIST_DICT:

@@ -24,15 +24,17 @@ Bytes bytes(std::string_view text) {
     return Bytes(text.begin(), text.end());
 }
 
+using Dict = PropertyValue;
+constexpr std::string_view kKey = NBXAuthenticationManger::kApplicationKey;
+
 // Computed with: openssl enc -aes-256-cbc -K <key bytes, zero-padded to 32> -iv 0
 const struct {
     std::string_view key;
     std::string_view plain;
     std::string_view cipher;
 } kKnownAnswers[] = {
-    {NBXAuthenticationManger::kApplicationKey, "token-123", "93208d96f5dbe774ddd20dfbe161e857"},
-    {NBXAuthenticationManger::kApplicationKey, "0123456789abcdef",
-     "cf48d9304e185d4c4c8e34d8bc7dd4b45ffbffb829728160965c1cf8b4088be0"},
+    {kKey, "token-123", "93208d96f5dbe774ddd20dfbe161e857"},
+    {kKey, "0123456789abcdef", "cf48d9304e185d4c4c8e34d8bc7dd4b45ffbffb829728160965c1cf8b4088be0"},
     {"short", "abc", "3156eae7d6f95a2a115d73b22036de6b"},
     {"short", "", "2170a2e4fb4007f78c93df05174a562a"},
 };
@@ -49,39 +51,25 @@ TEST(AES256, KnownAnswersInEveryForm) {
     EXPECT_EQ(stringByAESDecryption(hex(kKnownAnswers[0].cipher)), "token-123");
 }
 
-TEST(AES256, KeyIsCutAt32Bytes) {
-    const std::string longKey = std::string(NBXAuthenticationManger::kApplicationKey) + "ignored";
-    EXPECT_EQ(AES256EncryptWithKey(bytes("token-123"), longKey), hex(kKnownAnswers[0].cipher));
-}
-
 TEST(AES256, BadCipherTextGivesNothing) {
     Bytes wrongPadding = hex(kKnownAnswers[0].cipher);
     wrongPadding.back() ^= 0x01;
     const Bytes full = hex(kKnownAnswers[1].cipher);
-    const Bytes truncated(full.begin(), full.end() - 1);
-    const struct {
-        const char* name;
-        Bytes cipher;
-    } cases[] = {
-        {"wrong padding", wrongPadding},
-        {"truncated", truncated},
-        {"one block short of a whole", Bytes(full.begin(), full.begin() + 8)},
-        {"empty", Bytes{}},
-    };
-    for (const auto& c : cases) {
-        EXPECT_FALSE(AES256DecryptWithKey(c.cipher, NBXAuthenticationManger::kApplicationKey))
-            << c.name;
-        EXPECT_FALSE(stringByAESDecryption(c.cipher)) << c.name;
+    const Bytes cases[] = {wrongPadding, Bytes(full.begin(), full.end() - 1),
+                           Bytes(full.begin(), full.begin() + 8), Bytes{}};
+    for (const auto& cipher : cases) {
+        EXPECT_FALSE(AES256DecryptWithKey(cipher, kKey)) << cipher.size();
+        EXPECT_FALSE(stringByAESDecryption(cipher)) << cipher.size();
     }
 }
 
-TEST(AES256, TextForms) {
+TEST(AES256, TextFormsAndKeyLength) {
+    const std::string longKey = std::string(NBXAuthenticationManger::kApplicationKey) + "cut";
+    EXPECT_EQ(AES256EncryptWithKey(bytes("token-123"), longKey), hex(kKnownAnswers[0].cipher));
     EXPECT_EQ(stringByAESDecryption(*dataByAESEncryption("héllo wörld")), "héllo wörld");
-    EXPECT_FALSE(dataByAESEncryption(""));
-    const auto notText =
-        AES256EncryptWithKey(Bytes{0xff, 0xfe, 0x80}, NBXAuthenticationManger::kApplicationKey);
-    EXPECT_FALSE(stringByAESDecryption(*notText));
     EXPECT_EQ(dataByAESEncryption("0123456789abcdef")->size(), 32u);
+    EXPECT_FALSE(dataByAESEncryption(""));
+    EXPECT_FALSE(stringByAESDecryption(*AES256EncryptWithKey(Bytes{0xff, 0xfe}, kKey)));
 }
 
 class MyInfoTest : public ::testing::Test {
@@ -95,33 +83,16 @@ protected:
     NBXAuthenticationManger::Pause countPause = [this] { ++pauses; };
 };
 
-TEST_F(MyInfoTest, PathIsInTheUsersFolder) {
-    EXPECT_EQ(NBXAuthenticationManger::myInfoPath(), home.appSupportFolder() + "/MyInfo.plist");
-}
-
-TEST_F(MyInfoTest, MissingArgumentsStoreNothing) {
+TEST_F(MyInfoTest, FileIsReplacedWholeAfterOneCheck) {
     EXPECT_FALSE(NBXAuthenticationManger::makeAuthInfoWithKey(std::nullopt, "1", countPause));
     EXPECT_FALSE(NBXAuthenticationManger::makeAuthInfoWithKey("82", std::nullopt, countPause));
     EXPECT_FALSE(myInfo());
-}
-
-TEST_F(MyInfoTest, NewFileIsCheckedOnceAndStripsZeros) {
-    ASSERT_TRUE(NBXAuthenticationManger::makeAuthInfoWithKey("82", "0010123", countPause));
-    EXPECT_EQ(pauses, 0);
-    EXPECT_EQ(*myInfo(),
-              PropertyValue::dictionary({{"CountryCode", "82"}, {"PhoneNumber", "10123"}}));
     ASSERT_TRUE(NBXAuthenticationManger::makeAuthInfoWithKey("1", "00", countPause));
-    EXPECT_EQ((*myInfo())["PhoneNumber"].string(), "");
-}
-
-TEST_F(MyInfoTest, ExistingFileIsReplacedWhole) {
+    EXPECT_EQ(*myInfo(), Dict::dictionary({{"CountryCode", "1"}, {"PhoneNumber", ""}}));
     writePropertyListFile(NBXAuthenticationManger::myInfoPath(),
-                          PropertyValue::dictionary({{"CountryCode", "44"},
-                                                     {"PhoneNumber", "7"},
-                                                     {"PrinterLater", true},
-                                                     {"NotiAgree", "TRUE"}}));
-    ASSERT_TRUE(NBXAuthenticationManger::makeAuthInfoWithKey("82", "5", countPause));
-    EXPECT_EQ(*myInfo(), PropertyValue::dictionary({{"CountryCode", "82"}, {"PhoneNumber", "5"}}));
+                          Dict::dictionary({{"CountryCode", "44"}, {"PrinterLater", true}}));
+    ASSERT_TRUE(NBXAuthenticationManger::makeAuthInfoWithKey("82", "0010123", countPause));
+    EXPECT_EQ(*myInfo(), Dict::dictionary({{"CountryCode", "82"}, {"PhoneNumber", "10123"}}));
     EXPECT_EQ(pauses, 0);
 }
 
@@ -134,29 +105,19 @@ TEST_F(MyInfoTest, ReportsSuccessAfterFiveChecksWhenTheFileNeverAppears) {
 }
 
 TEST_F(MyInfoTest, ReturnAuthInfo) {
-    const struct {
-        const char* name;
-        PropertyValue file;
-        std::optional<std::array<std::string, 2>> expected;
-    } cases[] = {
-        {"stored pair",
-         PropertyValue::dictionary({{"CountryCode", "+82"}, {"PhoneNumber", "0105"}}),
+    const std::pair<PropertyValue, std::optional<std::array<std::string, 2>>> cases[] = {
+        {Dict::dictionary({{"CountryCode", "+82"}, {"PhoneNumber", "0105"}}),
          std::array<std::string, 2>{"+82", "105"}},
-        {"blank code", PropertyValue::dictionary({{"CountryCode", " "}, {"PhoneNumber", "1"}}),
-         std::nullopt},
-        {"blank number", PropertyValue::dictionary({{"CountryCode", "1"}, {"PhoneNumber", "\n"}}),
-         std::nullopt},
-        {"number not text", PropertyValue::dictionary({{"CountryCode", "1"}, {"PhoneNumber", 5}}),
-         std::nullopt},
-        {"no code", PropertyValue::dictionary({{"PhoneNumber", "5"}}), std::nullopt},
-        {"a list", PropertyValue::array({"1", "5"}), std::nullopt},
+        {Dict::dictionary({{"CountryCode", " "}, {"PhoneNumber", "1"}}), std::nullopt},
+        {Dict::dictionary({{"CountryCode", "1"}, {"PhoneNumber", "\n"}}), std::nullopt},
+        {Dict::dictionary({{"CountryCode", "1"}, {"PhoneNumber", 5}}), std::nullopt},
+        {Dict::dictionary({{"PhoneNumber", "5"}}), std::nullopt},
+        {Dict::array({"1", "5"}), std::nullopt},
     };
-    for (const auto& c : cases) {
-        writePropertyListFile(NBXAuthenticationManger::myInfoPath(), c.file);
-        EXPECT_EQ(NBXAuthenticationManger::returnAuthInfo(), c.expected) << c.name;
+    for (const auto& [file, expected] : cases) {
+        writePropertyListFile(NBXAuthenticationManger::myInfoPath(), file);
+        EXPECT_EQ(NBXAuthenticationManger::returnAuthInfo(), expected) << file.description();
     }
-    std::filesystem::remove(NBXAuthenticationManger::myInfoPath());
-    EXPECT_FALSE(NBXAuthenticationManger::returnAuthInfo());
 }
 
 TEST_F(MyInfoTest, RemovesTheTemporaryCopy) {
@@ -168,26 +129,16 @@ TEST_F(MyInfoTest, RemovesTheTemporaryCopy) {
 }
 
 TEST_F(MyInfoTest, AccessTokenIsReadOnlyFromEncipheredData) {
-    const std::string va = home.appSupportFolder() + "/va.plist";
-    const struct {
-        const char* name;
-        PropertyValue file;
-        std::optional<std::string> expected;
-    } cases[] = {
-        {"enciphered", PropertyValue::dictionary({{"accessToken", *dataByAESEncryption("tok")}}),
-         "tok"},
-        {"plain text", PropertyValue::dictionary({{"accessToken", "tok"}}), std::nullopt},
-        {"other key", PropertyValue::dictionary({{"AccessToken", *dataByAESEncryption("tok")}}),
-         std::nullopt},
-        {"not deciphered", PropertyValue::dictionary({{"accessToken", Bytes(16, 1)}}),
-         std::nullopt},
+    const std::pair<PropertyValue, std::optional<std::string>> cases[] = {
+        {Dict::dictionary({{"accessToken", *dataByAESEncryption("tok")}}), "tok"},
+        {Dict::dictionary({{"accessToken", "tok"}}), std::nullopt},
+        {Dict::dictionary({{"AccessToken", *dataByAESEncryption("tok")}}), std::nullopt},
+        {Dict::dictionary({{"accessToken", Bytes(16, 1)}}), std::nullopt},
     };
-    for (const auto& c : cases) {
-        writePropertyListFile(va, c.file);
-        EXPECT_EQ(NBXUtility::valmoraAccessToken(), c.expected) << c.name;
+    for (const auto& [file, expected] : cases) {
+        writePropertyListFile(home.appSupportFolder() + "/va.plist", file);
+        EXPECT_EQ(NBXUtility::valmoraAccessToken(), expected) << file.description();
     }
-    std::filesystem::remove(va);
-    EXPECT_FALSE(NBXUtility::valmoraAccessToken());
 }
 
 }  // namespace

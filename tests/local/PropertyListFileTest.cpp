@@ -6,7 +6,6 @@
 
 #include <bit>
 #include <clocale>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <limits>
@@ -16,314 +15,228 @@
 namespace nbx {
 namespace {
 
+using Limits = std::numeric_limits<std::int64_t>;
+
 class PropertyListFileTest : public ::testing::Test {
 protected:
-    std::string file(const std::string& name = "test.plist") const {
-        return home.path() + "/" + name;
+    std::optional<PropertyValue> readBytes(const std::string& bytes) const {
+        std::ofstream(file, std::ios::binary) << bytes;
+        return readPropertyListFile(file);
     }
-    void put(const std::string& path, const std::string& bytes) const {
-        std::ofstream(path, std::ios::binary) << bytes;
-    }
-    std::optional<PropertyValue> readXml(const std::string& body) const {
-        put(file(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<plist version=\"1.0\">" + body +
-                        "</plist>");
-        return readPropertyListFile(file());
+    std::string text() const {
+        std::ifstream in(file);
+        return std::string((std::istreambuf_iterator<char>(in)), {});
     }
     test::TempHome home;
+    const std::string file = home.path() + "/test.plist";
 };
 
-PropertyValue everyType() {
-    PropertyValue v = PropertyValue::dictionary();
-    v.set("yes", true);
-    v.set("no", false);
-    v.set("negative", -42);
-    v.set("min", std::numeric_limits<std::int64_t>::min());
-    v.set("max", std::numeric_limits<std::int64_t>::max());
-    v.set("umax", std::numeric_limits<std::uint64_t>::max());
-    v.set("real", -0.1);
-    v.set("huge", 1e300);
-    v.set("text", "  <a&b> \"q\" ünï\r\n\t");
-    v.set("empty", "");
-    v.set("date", Date(std::chrono::seconds(1700000000)));
-    v.set("data", Bytes{0, 1, 2, 0xff, 0x80});
-    v.set("noData", Bytes{});
-    v.set("list", PropertyValue::array({1, "two", PropertyValue::dictionary({{"k", 3.5}})}));
-    v.set("emptyList", PropertyValue::array());
-    v.set("emptyDict", PropertyValue::dictionary());
-    return v;
-}
+const PropertyValue kEveryType = PropertyValue::dictionary({
+    {"yes", true},
+    {"no", false},
+    {"min", Limits::min()},
+    {"max", Limits::max()},
+    {"umax", std::numeric_limits<std::uint64_t>::max()},
+    {"real", -0.1},
+    {"huge", 1e300},
+    {"text", "  <a&b> \"q\" ünï\r\n\t"},
+    {"empty", ""},
+    {"date", Date(std::chrono::seconds(1700000000))},
+    {"data", Bytes{0, 1, 0xff, 0x80}},
+    {"list", PropertyValue::array({1, PropertyValue::dictionary(), PropertyValue::array()})},
+});
 
 TEST_F(PropertyListFileTest, RoundTripKeepsEveryType) {
-    const PropertyValue v = everyType();
-    ASSERT_TRUE(writePropertyListFile(file(), v));
-    const auto back = readPropertyListFile(file());
+    ASSERT_TRUE(writePropertyListFile(file, kEveryType));
+    const auto back = readPropertyListFile(file);
     ASSERT_TRUE(back);
-    EXPECT_EQ(*back, v) << back->description();
+    EXPECT_EQ(*back, kEveryType) << back->description();
     EXPECT_TRUE((*back)["yes"].isBoolean());
     EXPECT_EQ((*back)["umax"].unsignedInteger(), std::numeric_limits<std::uint64_t>::max());
-    EXPECT_EQ((*back)["min"].integer(), std::numeric_limits<std::int64_t>::min());
+
+    // Dates keep whole seconds only.
+    writePropertyListFile(file, PropertyValue::array({Date(std::chrono::microseconds(999999))}));
+    EXPECT_EQ(readPropertyListFile(file)->at(0).date(), Date());
 }
 
-TEST_F(PropertyListFileTest, DatesKeepWholeSeconds) {
-    const Date precise = Date(std::chrono::microseconds(1700000000999999));
-    ASSERT_TRUE(writePropertyListFile(file(), PropertyValue::array({precise})));
-    EXPECT_EQ(readPropertyListFile(file())->at(0).date(), Date(std::chrono::seconds(1700000000)));
-}
+TEST_F(PropertyListFileTest, WrittenFileIsReadableByLibplistAndRewrittenInPlace) {
+    readBytes(std::string(10000, 'x'));
+    struct stat before {
+    }, after{};
+    stat(file.c_str(), &before);
+    ASSERT_TRUE(writePropertyListFile(file, kEveryType));
+    stat(file.c_str(), &after);
+    EXPECT_EQ(before.st_ino, after.st_ino);
 
-TEST_F(PropertyListFileTest, WrittenFileIsReadableByLibplist) {
-    ASSERT_TRUE(writePropertyListFile(file(), everyType()));
-    std::ifstream in(file());
-    const std::string xml((std::istreambuf_iterator<char>(in)), {});
+    const std::string xml = text();
     plist_t root = nullptr;
     plist_from_xml(xml.data(), static_cast<std::uint32_t>(xml.size()), &root);
     ASSERT_NE(root, nullptr);
-    EXPECT_EQ(plist_dict_get_size(root), everyType().size());
-    std::uint8_t yes = 0;
-    plist_get_bool_val(plist_dict_get_item(root, "yes"), &yes);
-    EXPECT_EQ(yes, 1);
+    EXPECT_EQ(plist_dict_get_size(root), kEveryType.size());
     plist_free(root);
 }
 
-TEST_F(PropertyListFileTest, WritesInPlace) {
-    put(file(), std::string(10000, 'x'));
-    struct stat before {};
-    ASSERT_EQ(stat(file().c_str(), &before), 0);
-    ASSERT_TRUE(writePropertyListFile(file(), PropertyValue::dictionary({{"a", 1}})));
-    struct stat after {};
-    ASSERT_EQ(stat(file().c_str(), &after), 0);
-    EXPECT_EQ(before.st_ino, after.st_ino);
-    EXPECT_LT(after.st_size, 1000);
-    EXPECT_EQ((*readPropertyListFile(file()))["a"].integer(), 1);
-}
-
 TEST_F(PropertyListFileTest, RefusesToWriteWhatIsNotAListOrRecord) {
-    EXPECT_FALSE(writePropertyListFile(file(), PropertyValue("text")));
-    EXPECT_FALSE(writePropertyListFile(file(), PropertyValue::array({PropertyValue()})));
-    EXPECT_FALSE(writePropertyListFile(home.path() + "/missing/x.plist", PropertyValue::array()));
     PropertyValue deep = PropertyValue::array();
     for (int i = 0; i < 300; ++i)
         deep = PropertyValue::array({deep});
-    EXPECT_FALSE(writePropertyListFile(file(), deep));
+    EXPECT_FALSE(writePropertyListFile(file, PropertyValue("text")));
+    EXPECT_FALSE(writePropertyListFile(file, PropertyValue::array({PropertyValue()})));
+    EXPECT_FALSE(writePropertyListFile(home.path() + "/missing/x.plist", PropertyValue::array()));
+    EXPECT_FALSE(writePropertyListFile(file, deep));
 }
 
-TEST_F(PropertyListFileTest, IntegersAreReadExactly) {
+TEST_F(PropertyListFileTest, NumbersAreReadExactly) {
     const struct {
-        const char* text;
+        const char* element;
         std::optional<PropertyValue> expected;
     } cases[] = {
-        {"010", PropertyValue(10)},
-        {" 42\n", PropertyValue(42)},
-        {"+7", PropertyValue(7)},
-        {"-7", PropertyValue(-7)},
-        {"-9223372036854775808", PropertyValue(std::numeric_limits<std::int64_t>::min())},
-        {"18446744073709551615", PropertyValue(std::numeric_limits<std::uint64_t>::max())},
-        {"18446744073709551616", std::nullopt},
-        {"-9223372036854775809", std::nullopt},
-        {"abc", std::nullopt},
-        {"12abc", std::nullopt},
-        {"", std::nullopt},
-        {"1.5", std::nullopt},
+        {"<integer>010</integer>", PropertyValue(10)},
+        {"<integer> +42\n</integer>", PropertyValue(42)},
+        {"<integer>-9223372036854775808</integer>", PropertyValue(Limits::min())},
+        {"<integer>18446744073709551615</integer>",
+         PropertyValue(std::numeric_limits<std::uint64_t>::max())},
+        {"<integer>18446744073709551616</integer>", std::nullopt},
+        {"<integer>-9223372036854775809</integer>", std::nullopt},
+        {"<integer>12abc</integer>", std::nullopt},
+        {"<integer></integer>", std::nullopt},
+        {"<integer>1.5</integer>", std::nullopt},
+        {"<real>-2.5e3</real>", PropertyValue(-2500.0)},
+        {"<real>+0.25</real>", PropertyValue(0.25)},
+        {"<real>1,5</real>", std::nullopt},
+        {"<real>x</real>", std::nullopt},
     };
     for (const auto& c : cases) {
-        const auto v = readXml(std::string("<array><integer>") + c.text + "</integer></array>");
-        ASSERT_EQ(v.has_value(), c.expected.has_value()) << c.text;
-        if (v) {
-            EXPECT_EQ(v->at(0), *c.expected) << c.text;
-        }
+        const auto v = readBytes(std::string("<plist><array>") + c.element + "</array></plist>");
+        EXPECT_EQ(v ? std::optional(v->at(0)) : std::nullopt, c.expected) << c.element;
     }
 }
 
-TEST_F(PropertyListFileTest, RealsAreReadExactly) {
-    const struct {
-        const char* text;
-        std::optional<double> expected;
-    } cases[] = {
-        {"1.5", 1.5},          {"-2.5e3", -2500.0}, {"7", 7.0},         {"+0.25", 0.25},
-        {"1,5", std::nullopt}, {"x", std::nullopt}, {"", std::nullopt},
-    };
-    for (const auto& c : cases) {
-        const auto v = readXml(std::string("<array><real>") + c.text + "</real></array>");
-        ASSERT_EQ(v.has_value(), c.expected.has_value()) << c.text;
-        if (v) {
-            EXPECT_EQ(v->at(0).real(), c.expected) << c.text;
-        }
-    }
-}
-
-// A locale whose decimal mark is a comma, made privately when the machine lacks one.
+// A locale with a decimal comma, made privately when the machine lacks one.
 bool useCommaLocale(const std::string& folder) {
     if (std::setlocale(LC_ALL, "de_DE.UTF-8")) return true;
-    const std::string command =
-        "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' >/dev/null 2>&1";
-    if (std::system(command.c_str()) != 0) return false;
+    const std::string make = "localedef -i de_DE -f UTF-8 '" + folder + "/de_DE.UTF-8' 2>/dev/null";
+    if (std::system(make.c_str()) != 0) return false;
     setenv("LOCPATH", folder.c_str(), 1);
     return std::setlocale(LC_ALL, "de_DE.UTF-8") != nullptr;
 }
 
 TEST_F(PropertyListFileTest, RealsIgnoreTheLocale) {
-    if (!useCommaLocale(home.path())) GTEST_SKIP() << "no comma-decimal locale available";
-    ASSERT_TRUE(writePropertyListFile(file(), PropertyValue::array({2.75})));
-    std::ifstream in(file());
-    const std::string xml((std::istreambuf_iterator<char>(in)), {});
-    EXPECT_NE(xml.find("<real>2.75</real>"), std::string::npos) << xml;
-    EXPECT_EQ(readPropertyListFile(file())->at(0).real(), 2.75);
+    if (!useCommaLocale(home.path())) GTEST_SKIP() << "no decimal-comma locale";
+    ASSERT_TRUE(writePropertyListFile(file, PropertyValue::array({2.75})));
+    EXPECT_NE(text().find("<real>2.75</real>"), std::string::npos) << text();
+    EXPECT_EQ(readPropertyListFile(file)->at(0).real(), 2.75);
     std::setlocale(LC_ALL, "C");
-    unsetenv("LOCPATH");
 }
 
 TEST_F(PropertyListFileTest, BadFilesReadAsNothing) {
     auto nested = [](int depth) {
-        std::string s;
-        for (int i = 0; i < depth; ++i)
-            s += "<array>";
-        for (int i = 0; i < depth; ++i)
-            s += "</array>";
-        return "<plist>" + s + "</plist>";
+        std::string open, close;
+        for (int i = 0; i < depth; ++i) {
+            open += "<array>";
+            close += "</array>";
+        }
+        return "<plist>" + open + close + "</plist>";
     };
-    const struct {
-        const char* name;
-        std::string bytes;
-    } cases[] = {
-        {"empty", ""},
-        {"garbage", "\x01\x02 not a plist"},
-        {"truncated", "<plist><dict><key>a</key><string>b</string>"},
-        {"wrong root", "<html><dict/></html>"},
-        {"key without value", "<plist><dict><key>a</key></dict></plist>"},
-        {"value without key", "<plist><dict><string>a</string></dict></plist>"},
-        {"unknown element", "<plist><dict><key>a</key><thing/></dict></plist>"},
-        {"two roots", "<plist><dict/><dict/></plist>"},
-        {"bad date", "<plist><date>2020-13-01T00:00:00Z</date></plist>"},
-        {"bad data", "<plist><data>abc</data></plist>"},
-        {"too deep", nested(300)},
-        {"binary header only", "bplist00"},
+    const std::string cases[] = {
+        "",
+        "\x01 not a plist",
+        "<plist><dict><key>a</key><string>b</string>",
+        "<html><dict/></html>",
+        "<plist><dict><key>a</key></dict></plist>",
+        "<plist><dict><string>a</string></dict></plist>",
+        "<plist><dict><key>a</key><thing/></dict></plist>",
+        "<plist><dict/><dict/></plist>",
+        "<plist><date>2020-13-01T00:00:00Z</date></plist>",
+        "<plist><data>abc</data></plist>",
+        nested(300),
+        "bplist00",
     };
-    for (const auto& c : cases) {
-        put(file(), c.bytes);
-        EXPECT_FALSE(readPropertyListFile(file())) << c.name;
-    }
-    EXPECT_FALSE(readPropertyListFile(file("missing.plist")));
-    put(file(), nested(200));
-    EXPECT_TRUE(readPropertyListFile(file()));
+    for (const auto& bytes : cases)
+        EXPECT_FALSE(readBytes(bytes)) << bytes.substr(0, 60);
+    EXPECT_TRUE(readBytes(nested(200)));
+    EXPECT_FALSE(readPropertyListFile(home.path() + "/missing.plist"));
+    std::filesystem::resize_file(file, (64u << 20) + 1);
+    EXPECT_FALSE(readPropertyListFile(file));
 }
 
-TEST_F(PropertyListFileTest, RefusesAbsurdlyLargeFiles) {
-    put(file(), "<plist><array/></plist>");
-    std::filesystem::resize_file(file(), (64u << 20) + 1);
-    EXPECT_FALSE(readPropertyListFile(file()));
-}
-
-// Builds binary property lists object by object (references and offsets of two and eight bytes).
-class BinaryPlist {
-public:
-    std::uint16_t add(std::string object) {
-        objects_.push_back(std::move(object));
-        return static_cast<std::uint16_t>(objects_.size() - 1);
-    }
+// Binary property lists with two-byte references and eight-byte offsets.
+struct BinaryPlist {
     static std::string big(std::uint64_t v, unsigned width) {
         std::string s;
-        for (unsigned i = 0; i < width; ++i)
-            s += static_cast<char>(v >> (8 * (width - 1 - i)));
+        for (unsigned i = width; i-- > 0;)
+            s += static_cast<char>(v >> (8 * i));
         return s;
     }
-    static std::string integer(std::int64_t v) {
-        return "\x13" + big(static_cast<std::uint64_t>(v), 8);
-    }
-    static std::string wideUnsigned(std::uint64_t v) { return "\x14" + big(0, 8) + big(v, 8); }
-    static std::string real(double d) { return "\x23" + big(std::bit_cast<std::uint64_t>(d), 8); }
-    static std::string ascii(const std::string& s) {
-        return static_cast<char>(0x50 | s.size()) + s;
-    }
-    static std::string refs(std::initializer_list<std::uint16_t> r) {
-        std::string s;
-        for (auto x : r)
-            s += big(x, 2);
+    static std::string container(char marker, std::initializer_list<std::uint16_t> refs) {
+        std::string s(
+            1, static_cast<char>(marker | (marker == '\xD0' ? refs.size() / 2 : refs.size())));
+        for (auto r : refs)
+            s += big(r, 2);
         return s;
     }
-    static std::string array(std::initializer_list<std::uint16_t> r) {
-        return static_cast<char>(0xA0 | r.size()) + refs(r);
+    std::uint16_t add(std::string object) {
+        objects.push_back(std::move(object));
+        return static_cast<std::uint16_t>(objects.size() - 1);
+    }
+    // Each level holds the level below `width` times.
+    std::uint16_t nest(int depth, int width) {
+        std::uint16_t level = add(container('\xA0', {}));
+        for (int i = 0; i < depth; ++i)
+            level =
+                add(width == 1 ? container('\xA0', {level}) : container('\xA0', {level, level}));
+        return level;
     }
     std::string build(std::uint64_t top) const {
-        std::string out = "bplist00";
-        std::string table;
-        for (const auto& o : objects_) {
+        std::string out = "bplist00", table;
+        for (const auto& o : objects) {
             table += big(out.size(), 8);
             out += o;
         }
-        const std::uint64_t tableOffset = out.size();
-        out += table;
-        out += std::string(6, '\0') + '\x08' + '\x02' + big(objects_.size(), 8) + big(top, 8) +
-               big(tableOffset, 8);
-        return out;
+        return out + table + std::string(6, '\0') + "\x08\x02" + big(objects.size(), 8) +
+               big(top, 8) + big(out.size(), 8);
     }
-
-private:
-    std::vector<std::string> objects_;
+    std::vector<std::string> objects;
 };
 
-TEST_F(PropertyListFileTest, BinaryIntegersKeepSignAndRange) {
+TEST_F(PropertyListFileTest, BinaryNumbersKeepSignAndRange) {
     BinaryPlist b;
-    const auto kNeg = b.add(BinaryPlist::ascii("neg"));
-    const auto kBig = b.add(BinaryPlist::ascii("big"));
-    const auto kYes = b.add(BinaryPlist::ascii("yes"));
-    const auto kReal = b.add(BinaryPlist::ascii("real"));
-    const auto neg = b.add(BinaryPlist::integer(-5));
-    const auto big = b.add(BinaryPlist::wideUnsigned(0x8000000000000001u));
-    const auto yes = b.add("\x09");
-    const auto real = b.add(BinaryPlist::real(2.5));
-    const auto dict =
-        b.add("\xD4" + BinaryPlist::refs({kNeg, kBig, kYes, kReal, neg, big, yes, real}));
-    put(file(), b.build(dict));
-    const auto v = readPropertyListFile(file());
+    const auto keys = {b.add("\x53neg"),
+                       b.add("\x53"
+                             "big"),
+                       b.add("\x51r")};
+    const auto values = {b.add("\x13" + BinaryPlist::big(static_cast<std::uint64_t>(-5), 8)),
+                         b.add("\x14" + BinaryPlist::big(0, 8) + BinaryPlist::big(1ull << 63, 8)),
+                         b.add("\x23" + BinaryPlist::big(std::bit_cast<std::uint64_t>(2.5), 8))};
+    std::string dict = "\xD3";
+    for (auto r : keys)
+        dict += BinaryPlist::big(r, 2);
+    for (auto r : values)
+        dict += BinaryPlist::big(r, 2);
+    const auto v = readBytes(b.build(b.add(dict)));
     ASSERT_TRUE(v);
     EXPECT_EQ((*v)["neg"].integer(), -5);
-    EXPECT_EQ((*v)["big"].unsignedInteger(), 0x8000000000000001u);
-    EXPECT_EQ((*v)["yes"].boolean(), true);
-    EXPECT_EQ((*v)["real"].real(), 2.5);
+    EXPECT_EQ((*v)["big"].unsignedInteger(), 1ull << 63);
+    EXPECT_EQ((*v)["r"].real(), 2.5);
 }
 
 TEST_F(PropertyListFileTest, HostileBinaryFilesReadAsNothing) {
-    BinaryPlist deep;
-    std::uint16_t inner = deep.add(BinaryPlist::array({}));
-    for (int i = 0; i < 300; ++i)
-        inner = deep.add(BinaryPlist::array({inner}));
-
-    BinaryPlist cycle;
-    cycle.add(BinaryPlist::array({0}));
-
-    // Each level references the one below twice: 2^40 paths from a tiny file.
-    BinaryPlist lattice;
-    std::uint16_t level = lattice.add(BinaryPlist::array({}));
-    for (int i = 0; i < 40; ++i)
-        level = lattice.add(BinaryPlist::array({level, level}));
-
-    BinaryPlist dangling;
-    dangling.add(BinaryPlist::array({7}));
-
-    std::string badOffset = dangling.build(0);
-    badOffset[badOffset.size() - 32 - 1] = '\x7f';  // the only offset points into the table
-
-    const struct {
-        const char* name;
-        std::string bytes;
-    } cases[] = {
-        {"too deep", deep.build(inner)},
+    BinaryPlist deep, lattice, cycle, fine;
+    const std::string deepFile = deep.build(deep.nest(300, 1));
+    cycle.add(BinaryPlist::container('\xA0', {0}));
+    std::string badOffset = cycle.build(0);
+    badOffset[badOffset.size() - 33] = '\x7f';  // points into the offset table
+    const std::pair<const char*, std::string> cases[] = {
+        {"too deep", deepFile},
+        {"2^40 paths", lattice.build(lattice.nest(40, 2))},
         {"cycle", cycle.build(0)},
-        {"lattice", lattice.build(level)},
-        {"dangling reference", dangling.build(0)},
-        {"top out of range", dangling.build(5)},
+        {"top out of range", cycle.build(5)},
         {"offset out of range", badOffset},
-        {"truncated", deep.build(inner).substr(0, 100)},
+        {"truncated", deepFile.substr(0, 100)},
     };
-    for (const auto& c : cases) {
-        put(file(), c.bytes);
-        EXPECT_FALSE(readPropertyListFile(file())) << c.name;
-    }
-    BinaryPlist fine;
-    std::uint16_t top = fine.add(BinaryPlist::array({}));
-    for (int i = 0; i < 200; ++i)
-        top = fine.add(BinaryPlist::array({top}));
-    put(file(), fine.build(top));
-    EXPECT_TRUE(readPropertyListFile(file()));
+    for (const auto& [name, bytes] : cases)
+        EXPECT_FALSE(readBytes(bytes)) << name;
+    EXPECT_TRUE(readBytes(fine.build(fine.nest(200, 1))));
 }
 
 }  // namespace

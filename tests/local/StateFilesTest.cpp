@@ -12,12 +12,14 @@
 namespace nbx {
 namespace {
 
+using Dict = PropertyValue;
+
 class StateFilesTest : public ::testing::Test {
 protected:
     void SetUp() override { setenv("NBX_RESOURCES", home.path().c_str(), 1); }
     void TearDown() override { unsetenv("NBX_RESOURCES"); }
     static void write(std::string_view name, const PropertyValue& value) {
-        ASSERT_TRUE(writePropertyListFile(StateFiles::pathTo(name), value));
+        writePropertyListFile(StateFiles::pathTo(name), value);
     }
     static PropertyValue read(std::string_view name) {
         return readPropertyListFile(StateFiles::pathTo(name)).value_or(PropertyValue());
@@ -25,185 +27,113 @@ protected:
     test::TempHome home;
 };
 
-TEST_F(StateFilesTest, FoldersAreMadeInTheHomeFolder) {
-    EXPECT_EQ(NBXUtility::appSupportPathForNBX(), home.appSupportFolder());
-    EXPECT_EQ(NBXUtility::appSupportPathForNBXPollingInfomation(),
-              home.appSupportFolder() + "/PollingData");
+TEST_F(StateFilesTest, Folders) {
+    std::ofstream(home.path() + "/file") << "x";
+    const std::pair<std::string, std::string> cases[] = {
+        {home.path() + "/a/b", home.path() + "/a/b"},
+        {home.path() + "/file/below", "/tmp"},
+        {"", "/tmp"},
+    };
+    for (const auto& [path, expected] : cases)
+        EXPECT_EQ(NBXUtility::createFolderPath(path), expected) << path;
     EXPECT_EQ(NBXUtility::appSupportPathForNBXPollingJobDownloadedFolder(),
               home.appSupportFolder() + "/DownloadedJobs");
     EXPECT_TRUE(std::filesystem::is_directory(home.appSupportFolder() + "/DownloadedJobs"));
     EXPECT_EQ(NBXUtility::pathToJobPlistFileFromNBXSetting(),
               home.temporaryFolder() + "NBX_JobDetails.plist");
-}
 
-TEST_F(StateFilesTest, FolderCreationFallsBackToTmp) {
-    std::ofstream(home.path() + "/file") << "x";
-    const struct {
-        std::string path;
-        std::string expected;
-    } cases[] = {
-        {home.path() + "/a/b/c", home.path() + "/a/b/c"},
-        {home.path(), home.path()},
-        {home.path() + "/file/below", "/tmp"},
-        {home.path() + "/file", "/tmp"},
-        {"", "/tmp"},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(NBXUtility::createFolderPath(c.path), c.expected) << c.path;
-}
-
-TEST_F(StateFilesTest, DebugFolderIsMadeOncePerProcess) {
-    const std::string first = NBXUtility::pathToDebugFolder();
-    EXPECT_EQ(NBXUtility::pathToDebugFolder(), first);
-    EXPECT_EQ(first.rfind("/tmp/NBX_BE/", 0), 0u) << first;
-    EXPECT_TRUE(std::filesystem::is_directory(first));
+    const std::string debug = NBXUtility::pathToDebugFolder();
+    EXPECT_EQ(NBXUtility::pathToDebugFolder(), debug);
+    EXPECT_EQ(debug.rfind("/tmp/NBX_BE/", 0), 0u) << debug;
+    EXPECT_TRUE(std::filesystem::is_directory(debug));
 }
 
 TEST_F(StateFilesTest, DebugFlagMustBeATrueNumber) {
-    const struct {
-        const char* name;
-        PropertyValue info;
-        bool expected;
-    } cases[] = {
-        {"boolean", PropertyValue::dictionary({{"DEBUG", true}}), true},
-        {"number", PropertyValue::dictionary({{"DEBUG", 1}}), true},
-        {"zero", PropertyValue::dictionary({{"DEBUG", 0}}), false},
-        {"text YES", PropertyValue::dictionary({{"DEBUG", "YES"}}), false},
-        {"absent", PropertyValue::dictionary({{"Debug", 2}}), false},
-        {"not a record", PropertyValue::array({true}), false},
+    const std::pair<PropertyValue, bool> cases[] = {
+        {Dict::dictionary({{"DEBUG", true}}), true}, {Dict::dictionary({{"DEBUG", 1}}), true},
+        {Dict::dictionary({{"DEBUG", 0}}), false},   {Dict::dictionary({{"DEBUG", "YES"}}), false},
+        {Dict::dictionary({{"Debug", 2}}), false},   {Dict::array({true}), false},
     };
-    for (const auto& c : cases) {
-        writePropertyListFile(home.path() + "/Info.plist", c.info);
-        EXPECT_EQ(NBXUtility::checkIfDebugIsEnabledInBundle(), c.expected) << c.name;
+    for (const auto& [info, expected] : cases) {
+        writePropertyListFile(home.path() + "/Info.plist", info);
+        EXPECT_EQ(NBXUtility::checkIfDebugIsEnabledInBundle(), expected) << info.description();
     }
-    std::filesystem::remove(home.path() + "/Info.plist");
-    EXPECT_FALSE(NBXUtility::checkIfDebugIsEnabledInBundle());
 }
 
 TEST_F(StateFilesTest, RecognisesXmlContent) {
-    const struct {
-        std::string text;
-        bool expected;
-    } cases[] = {
-        {"<?xml version=\"1.0\"?><a/>", true},
-        {"<?xm", false},
-        {" <?xml", false},
-        {"", false},
-        {"\xff<?xml", false},
-    };
-    for (const auto& c : cases)
-        EXPECT_EQ(NBXUtility::isThisXMLContent(Bytes(c.text.begin(), c.text.end())), c.expected)
-            << c.text;
+    const std::pair<std::string, bool> cases[] = {{"<?xml version=\"1.0\"?>", true},
+                                                  {"<?xm", false},
+                                                  {" <?xml", false},
+                                                  {"\xff<?xml", false}};
+    for (const auto& [text, expected] : cases)
+        EXPECT_EQ(NBXUtility::isThisXMLContent(Bytes(text.begin(), text.end())), expected) << text;
 }
 
 TEST_F(StateFilesTest, BadFilesReadAsDefaults) {
-    const auto garbage = [](std::string_view name) {
-        std::ofstream(StateFiles::pathTo(name)) << "not a property list";
+    const std::pair<PropertyValue, PropertyValue> cases[] = {
+        {nullptr, nullptr},  // missing, empty or malformed
+        {Dict::array({"SendInfo"}), Dict::array({"PrinterLater"})},
+        {Dict::dictionary(
+             {{"SendInfo", "Printer"}, {"DirectPrint", true}, {"AgAgain", "YES"}, {"Agtime", 5}}),
+         Dict::dictionary({{"PrinterLater", "TRUE"}, {"NotiAgree", false}})},
     };
-    const struct {
-        const char* name;
-        std::function<void()> make;
-    } cases[] = {
-        {"missing", [] {}},
-        {"empty",
-         [] {
-             std::ofstream(StateFiles::pathTo(StateFiles::kJobPreferenceFile));
-             std::ofstream(StateFiles::pathTo(StateFiles::kMyInfoFile));
-         }},
-        {"malformed",
-         [&] {
-             garbage(StateFiles::kJobPreferenceFile);
-             garbage(StateFiles::kMyInfoFile);
-         }},
-        {"lists",
-         [] {
-             write(StateFiles::kJobPreferenceFile, PropertyValue::array({"SendInfo"}));
-             write(StateFiles::kMyInfoFile, PropertyValue::array({"PrinterLater"}));
-             write(StateFiles::kAgentListFile, PropertyValue::dictionary({{"a", 1}}));
-         }},
-        {"wrong types",
-         [] {
-             write(StateFiles::kJobPreferenceFile,
-                   PropertyValue::dictionary({{"SendInfo", "Printer"},
-                                              {"DirectPrint", true},
-                                              {"AgAgain", "YES"},
-                                              {"Agtime", 5}}));
-             write(StateFiles::kMyInfoFile,
-                   PropertyValue::dictionary({{"PrinterLater", "TRUE"}, {"NotiAgree", false}}));
-         }},
-    };
-    for (const auto& c : cases) {
+    for (const std::string raw : {"missing", "", "<plist><dict>", "garbage"}) {
         std::filesystem::remove_all(home.appSupportFolder());
-        c.make();
-        EXPECT_FALSE(StateFiles::sendInfo()) << c.name;
-        EXPECT_FALSE(StateFiles::directPrint()) << c.name;
-        EXPECT_FALSE(StateFiles::isDirectPrint()) << c.name;
-        EXPECT_FALSE(StateFiles::agAgain()) << c.name;
-        EXPECT_FALSE(StateFiles::agTime()) << c.name;
-        EXPECT_FALSE(StateFiles::printerLater()) << c.name;
-        EXPECT_FALSE(StateFiles::notiAgree()) << c.name;
-        EXPECT_FALSE(StateFiles::agentList()) << c.name;
-        EXPECT_FALSE(StateFiles::printerInfoList()) << c.name;
+        for (auto name :
+             {StateFiles::kJobPreferenceFile, StateFiles::kMyInfoFile, StateFiles::kAgentListFile})
+            if (raw != "missing") std::ofstream(StateFiles::pathTo(name)) << raw;
+        for (const auto& [jobPreference, myInfo] : cases) {
+            if (!jobPreference.isNull()) write(StateFiles::kJobPreferenceFile, jobPreference);
+            if (!myInfo.isNull()) write(StateFiles::kMyInfoFile, myInfo);
+            const std::string name = raw + jobPreference.description();
+            EXPECT_FALSE(StateFiles::sendInfo()) << name;
+            EXPECT_FALSE(StateFiles::directPrint() || StateFiles::isDirectPrint()) << name;
+            EXPECT_FALSE(StateFiles::agAgain() || StateFiles::agTime()) << name;
+            EXPECT_FALSE(StateFiles::printerLater() || StateFiles::notiAgree()) << name;
+            EXPECT_FALSE(StateFiles::agentList() || StateFiles::printerInfoList()) << name;
+        }
     }
 }
 
 TEST_F(StateFilesTest, WritersKeepTheOtherKeysInTheirForms) {
     const PropertyDictionary target{{"Type", "Printer"}, {"isPaidDevice", true}};
-    ASSERT_TRUE(StateFiles::setSendInfo(target));
-    ASSERT_TRUE(StateFiles::setDirectPrint(true));
+    StateFiles::setSendInfo(target);
+    StateFiles::setDirectPrint(true);
     ASSERT_TRUE(StateFiles::setTonerReminder(true, "2026-01-02 03:04:05"));
     EXPECT_EQ(read(StateFiles::kJobPreferenceFile),
-              PropertyValue::dictionary({{"SendInfo", target},
-                                         {"DirectPrint", "TRUE"},
-                                         {"AgAgain", true},
-                                         {"Agtime", "2026-01-02 03:04:05"}}));
-    EXPECT_TRUE(StateFiles::isDirectPrint());
-    ASSERT_TRUE(StateFiles::setTonerReminder(false, std::nullopt));
-    ASSERT_TRUE(StateFiles::setDirectPrint(false));
-    EXPECT_EQ(StateFiles::directPrint(), "FALSE");
-    EXPECT_EQ(StateFiles::agAgain(), false);
-    EXPECT_FALSE(StateFiles::agTime());
+              Dict::dictionary({{"SendInfo", target},
+                                {"DirectPrint", "TRUE"},
+                                {"AgAgain", true},
+                                {"Agtime", "2026-01-02 03:04:05"}}));
+    StateFiles::setTonerReminder(false, std::nullopt);
+    StateFiles::setDirectPrint(false);
+    EXPECT_EQ(
+        read(StateFiles::kJobPreferenceFile),
+        Dict::dictionary({{"SendInfo", target}, {"DirectPrint", "FALSE"}, {"AgAgain", false}}));
     EXPECT_EQ(StateFiles::sendInfo(), target);
 
-    write(StateFiles::kMyInfoFile,
-          PropertyValue::dictionary({{"CountryCode", "82"}, {"PhoneNumber", "5"}}));
-    ASSERT_TRUE(StateFiles::setPrinterLater(true));
+    std::ofstream(StateFiles::pathTo(StateFiles::kMyInfoFile)) << "<plist><dict>";
+    StateFiles::setPrinterLater(true);
     ASSERT_TRUE(StateFiles::setNotiAgree(false));
-    EXPECT_EQ(read(StateFiles::kMyInfoFile), PropertyValue::dictionary({{"CountryCode", "82"},
-                                                                        {"PhoneNumber", "5"},
-                                                                        {"PrinterLater", true},
-                                                                        {"NotiAgree", "FALSE"}}));
+    EXPECT_EQ(read(StateFiles::kMyInfoFile),
+              Dict::dictionary({{"PrinterLater", true}, {"NotiAgree", "FALSE"}}));
     EXPECT_TRUE(StateFiles::printerLater());
     EXPECT_EQ(StateFiles::notiAgree(), false);
 }
 
-TEST_F(StateFilesTest, MalformedFileIsReplacedByTheChange) {
-    std::ofstream(StateFiles::pathTo(StateFiles::kMyInfoFile)) << "<plist><dict>";
-    ASSERT_TRUE(StateFiles::setNotiAgree(true));
-    EXPECT_EQ(read(StateFiles::kMyInfoFile), PropertyValue::dictionary({{"NotiAgree", "TRUE"}}));
-}
-
-TEST_F(StateFilesTest, AccountValuesAreEnciphered) {
+TEST_F(StateFilesTest, AccountValuesAreEncipheredAndListsKeepRecords) {
     ASSERT_TRUE(StateFiles::setEncryptedAccountValue("accessToken", "secret"));
-    ASSERT_TRUE(StateFiles::setEncryptedAccountValue("AccessToken", "other"));
     EXPECT_FALSE(StateFiles::setEncryptedAccountValue("ValmoraAccountID", ""));
-    const PropertyValue va = read(StateFiles::kAccountFile);
-    EXPECT_TRUE(va["accessToken"].isData());
-    EXPECT_FALSE(va.dictionaryPtr()->contains("ValmoraAccountID"));
+    EXPECT_TRUE(read(StateFiles::kAccountFile)["accessToken"].isData());
+    EXPECT_EQ(read(StateFiles::kAccountFile).size(), 1u);
     EXPECT_EQ(NBXUtility::valmoraAccessToken(), "secret");
-}
 
-TEST_F(StateFilesTest, Lists) {
-    const PropertyArray agents{PropertyValue::dictionary({{"agentType", "TitleMyPrinter"}}),
-                               PropertyValue::dictionary({{"agentId", "7"}})};
-    ASSERT_TRUE(StateFiles::setAgentList(agents));
+    const PropertyArray agents{Dict::dictionary({{"agentType", "TitleMyPrinter"}})};
+    StateFiles::setAgentList(agents);
     EXPECT_EQ(StateFiles::agentList(), agents);
     StateFiles::removeAgentList();
     EXPECT_FALSE(StateFiles::agentList());
-
-    write(StateFiles::kPrinterInfoFile,
-          PropertyValue::array({PropertyValue::dictionary({{"ModelName", "M"}}), "stray", 3}));
-    ASSERT_TRUE(StateFiles::printerInfoList());
+    write(StateFiles::kPrinterInfoFile, Dict::array({Dict::dictionary({{"VID", "1"}}), "stray"}));
     EXPECT_EQ(StateFiles::printerInfoList()->size(), 1u);
 }
 

@@ -160,6 +160,7 @@ private:
     bool afterValue();
     bool parseKey();
     bool parseString(std::string& out);
+    bool skipUnescaped();
     bool parseEscape(std::string& out);
     bool parseHex4(std::uint32_t& cp);
     bool parseNumber();
@@ -173,6 +174,7 @@ private:
     std::vector<PropertyValue> values_;
     std::vector<std::string> keys_;
     std::vector<Open> open_;
+    std::string scratch_;  // text of a string with escapes, reused
     const char* errorAt_ = nullptr;
     std::string errorMessage_;
 };
@@ -315,34 +317,43 @@ bool Parser::parseKey() {
     return true;
 }
 
-// At the opening quote.
+// At the opening quote. Text without escapes is copied once, straight from the input.
 bool Parser::parseString(std::string& out) {
-    const char* run = ++p_;
+    const char* start = ++p_;
+    if (!skipUnescaped()) return false;
+    if (*p_ == '"') {
+        out.assign(start, p_++);
+        return true;
+    }
+    scratch_.assign(start, p_);
+    while (*p_ == '\\') {
+        if (!parseEscape(scratch_)) return false;
+        const char* run = p_;
+        if (!skipUnescaped()) return false;
+        scratch_.append(run, p_);
+    }
+    ++p_;
+    out = scratch_;
+    return true;
+}
+
+// Moves over string bytes that stand for themselves, up to a quote or a backslash.
+bool Parser::skipUnescaped() {
     for (;;) {
         while (end_ - p_ >= 8 && allPlain(p_))
             p_ += 8;
         while (p_ < end_ && isPlain(*p_))
             ++p_;
         if (p_ == end_) return fail(p_, kEndOfBuffer);
-        out.append(run, p_);
         const auto c = static_cast<unsigned char>(*p_);
-        if (c == '"') {
-            ++p_;
-            return true;
-        }
-        if (c == '\\') {
-            if (!parseEscape(out)) return false;
-        } else if (c < 0x20) {
+        if (c == '"' || c == '\\') return true;
+        if (c < 0x20)
             return fail(p_, "Invalid character < 0x20 found in string: 0x" + hexByte(c) + ".");
-        } else {
-            const auto* u = reinterpret_cast<const unsigned char*>(p_);
-            const int len = utf8SequenceLength(u, reinterpret_cast<const unsigned char*>(end_));
-            if (len < 0) return fail(end_, kEndOfBuffer);
-            if (len == 0) return fail(p_, "Invalid UTF-8 sequence found in string.");
-            out.append(p_, static_cast<std::size_t>(len));
-            p_ += len;
-        }
-        run = p_;
+        const int len = utf8SequenceLength(reinterpret_cast<const unsigned char*>(p_),
+                                           reinterpret_cast<const unsigned char*>(end_));
+        if (len < 0) return fail(end_, kEndOfBuffer);
+        if (len == 0) return fail(p_, "Invalid UTF-8 sequence found in string.");
+        p_ += len;
     }
 }
 

@@ -10,6 +10,7 @@
 
 #include "CloudEmulator.h"
 #include "JSONKit.h"
+#include "ScopedEnv.h"
 
 namespace nbx::test {
 namespace {
@@ -577,6 +578,29 @@ TEST(EmulatorProcessTest, TokenCheckCanBeSwitchedOff) {
     EXPECT_TRUE(client.call("GET", "/idmmgtsvc/user/agent/quantity")["success"].isTrue());
     client.phone = "7700900999";
     EXPECT_EQ(client.call("GET", "/idmmgtsvc/user/agent/quantity")["errorCode"].string(), "13000");
+}
+
+TEST(ScopedEnvTest, PutsBackWhatWasThere) {
+    struct Case {
+        std::optional<std::string> before;
+        std::optional<std::string> during;
+    } cases[] = {{std::nullopt, "x"}, {"old", "new"}, {"old", std::nullopt}, {"", "y"}};
+    const char* name = "NBX_SCOPED_ENV_TEST";
+    for (const auto& c : cases) {
+        if (c.before) {
+            setenv(name, c.before->c_str(), 1);
+        } else {
+            unsetenv(name);
+        }
+        {
+            ScopedEnv scoped(name, c.during);
+            const char* now = std::getenv(name);
+            EXPECT_EQ(now ? std::optional<std::string>(now) : std::nullopt, c.during);
+        }
+        const char* after = std::getenv(name);
+        EXPECT_EQ(after ? std::optional<std::string>(after) : std::nullopt, c.before);
+    }
+    unsetenv(name);
 }
 
 }  // namespace

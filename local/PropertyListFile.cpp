@@ -198,16 +198,18 @@ public:
             int depth;
         };
         std::vector<Visit> stack{{top_, 1}};
-        std::size_t visits = 0;
+        std::size_t nodes = 1;
         while (!stack.empty()) {
             const Visit visit = stack.back();
             stack.pop_back();
-            if (++visits > kMaxBinaryNodes || visit.depth > kMaxDepth) return false;
+            if (visit.depth > kMaxDepth) return false;
             std::vector<std::uint64_t> children;
             bool isUnsigned = false;
             bool isInteger = false;
             if (!readObject(visit.object, &children, &isInteger, &isUnsigned)) return false;
             if (isInteger) unsignedIntegers->push_back(isUnsigned);
+            nodes += children.size();
+            if (nodes > kMaxBinaryNodes) return false;
             for (auto it = children.rbegin(); it != children.rend(); ++it)
                 stack.push_back({*it, visit.depth + 1});
         }
@@ -263,7 +265,8 @@ private:
             position += 1 + width;
         }
         const std::uint64_t refs = kind == 0xD ? 2 : 1;
-        if (count > (table_ - position) / refSize_ / refs) return false;
+        if (count > (table_ - position) / refSize_ / refs || count * refs > kMaxBinaryNodes)
+            return false;
         std::vector<std::uint64_t> all;
         for (std::uint64_t i = 0; i < count * refs; ++i) {
             const auto ref = readUnsigned(position + i * refSize_, refSize_);

@@ -95,7 +95,10 @@ void NBXCommunicationInterface::getClientMajorAndMinorVersionStrings() {
         return;
     }
     versionMajor_ = parts[0];
-    versionMinor_ = parts[1] + "." + parts[2];
+    std::string minor = parts[1];
+    minor += '.';
+    minor += parts[2];
+    versionMinor_ = std::move(minor);
 }
 
 std::optional<std::string> NBXCommunicationInterface::lookUpClientVersion() const {

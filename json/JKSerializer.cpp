@@ -1,6 +1,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "DoubleFormat.h"
 #include "JSONKit.h"
 
 namespace nbx {

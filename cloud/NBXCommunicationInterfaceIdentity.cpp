@@ -86,12 +86,13 @@ std::optional<std::string> NBXCommunicationInterface::getMACAddress() {
 }
 
 void NBXCommunicationInterface::getClientMajorAndMinorVersionStrings() {
-    const std::string text = installerVersionText().value_or(bundleVersionText());
-    const auto parts = splitAtDots(text);
+    auto text = installerVersionText();
+    if (!text) text = bundleVersionText();
+    const auto parts = splitAtDots(*text);
     // Too few components reads like an unreadable file rather than failing.
     if (parts.size() < 3) {
         versionMajor_.reset();
-        versionMinor_ = ".";
+        versionMinor_.emplace(1, '.');
         return;
     }
     versionMajor_ = parts[0];

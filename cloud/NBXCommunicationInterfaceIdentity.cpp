@@ -8,8 +8,8 @@
 #include "DebugLine.h"
 #include "HardwareAddress.h"
 #include "NBXCommunicationInterface.h"
+#include "NBXUtility.h"
 #include "PropertyListFile.h"
-#include "StoredAccessToken.h"
 
 namespace nbx {
 
@@ -74,7 +74,7 @@ const std::string& NBXCommunicationInterface::nbxAgentAppID() {
 
 NBXCommunicationInterface::NBXCommunicationInterface() {
     getClientMajorAndMinorVersionStrings();
-    accessToken_ = storedAccessToken();
+    accessToken_ = NBXUtility::valmoraAccessToken();
     macAddress_ = getMACAddress();
     clientVer_ = lookUpClientVersion();
 }

@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <charconv>
 #include <cmath>
+#include <cstring>
 
 #include "DoubleFormat.h"
 #include "JSONKit.h"
@@ -8,28 +10,52 @@ namespace nbx {
 
 namespace {
 
-// Bytes written as they are inside a string.
-bool isPlain(unsigned char c) {
-    return c >= 0x20 && c != '"' && c != '\\';
+constexpr std::uint64_t kOnes = ~0ULL / 255;
+constexpr std::uint64_t kHigh = kOnes * 0x80;
+
+// Marks the bytes of an 8-byte word that must be escaped: quote, backslash, below 0x20.
+// Only the lowest mark is exact, which is all the caller uses.
+std::uint64_t escapeMarks(std::uint64_t x) {
+    const auto zeroBytes = [](std::uint64_t v) { return (v - kOnes) & ~v & kHigh; };
+    return ((x - kOnes * 0x20) & ~x & kHigh) | zeroBytes(x ^ (kOnes * '"')) |
+           zeroBytes(x ^ (kOnes * '\\'));
 }
 
+bool needsEscape(unsigned char c) {
+    return c < 0x20 || c == '"' || c == '\\';
+}
+
+// Writes into a byte buffer that grows by doubling, so the client's bytes need no copy.
 class Writer {
 public:
-    explicit Writer(JSONError* error) : error_(error) {}
+    explicit Writer(JSONError* error) : out_(256), error_(error) {}
 
     bool write(const PropertyValue& value, std::size_t depth);
-    std::string take() { return std::move(out_); }
+    Bytes take() {
+        out_.resize(used_);
+        return std::move(out_);
+    }
 
 private:
     bool fail(std::string message);
+    char* room(std::size_t n);
+    void put(const char* text, std::size_t n);
+    void put(char c) {
+        *room(1) = c;
+        ++used_;
+    }
+    void commit(const char* end) { used_ = static_cast<std::size_t>(end - base()); }
+    char* base() { return reinterpret_cast<char*>(out_.data()); }
     bool writeString(const std::string& text);
+    void writeEscape(unsigned char c);
     bool writeReal(double d);
     template <typename Integer>
     void writeInteger(Integer i);
     bool writeArray(const PropertyArray& array, std::size_t depth);
     bool writeDictionary(const PropertyDictionary& dict, std::size_t depth);
 
-    std::string out_;
+    Bytes out_;
+    std::size_t used_ = 0;
     JSONError* error_;
 };
 
@@ -38,13 +64,27 @@ bool Writer::fail(std::string message) {
     return false;
 }
 
+// At least n writable bytes at the end of the output.
+char* Writer::room(std::size_t n) {
+    if (out_.size() - used_ < n) out_.resize(std::max(out_.size() * 2, used_ + n));
+    return base() + used_;
+}
+
+void Writer::put(const char* text, std::size_t n) {
+    std::memcpy(room(n), text, n);
+    used_ += n;
+}
+
 bool Writer::write(const PropertyValue& value, std::size_t depth) {
     switch (value.type()) {
         case PropertyValue::Type::Null:
-            out_ += "null";
+            put("null", 4);
             return true;
         case PropertyValue::Type::Boolean:
-            out_ += value.isTrue() ? "true" : "false";
+            if (value.isTrue())
+                put("true", 4);
+            else
+                put("false", 5);
             return true;
         case PropertyValue::Type::Integer:
             writeInteger(*value.integer());
@@ -68,104 +108,108 @@ bool Writer::write(const PropertyValue& value, std::size_t depth) {
 
 template <typename Integer>
 void Writer::writeInteger(Integer i) {
-    char buffer[24];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, i);
-    out_.append(buffer, result.ptr);
+    char* at = room(24);
+    commit(std::to_chars(at, at + 24, i).ptr);
 }
 
 bool Writer::writeReal(double d) {
     if (!std::isfinite(d))
         return fail(
             "Floating point values must be finite.  JSON does not support NaN or Infinity.");
-    // Same text as "%.17g" in the C locale, whatever the process locale is.
-    char buffer[32];
-    const auto result =
-        std::to_chars(buffer, buffer + sizeof buffer, d, std::chars_format::general, 17);
-    out_.append(buffer, result.ptr);
+    commit(formatDouble17(d, room(32)));
     return true;
 }
 
 bool Writer::writeString(const std::string& text) {
-    static constexpr char kHex[] = "0123456789abcdef";
-    out_ += '"';
-    const char* run = text.data();
-    const char* end = text.data() + text.size();
-    bool checkedUtf8 = false;
-    for (const char* p = run; p < end; ++p) {
-        const auto c = static_cast<unsigned char>(*p);
-        if (isPlain(c)) {
-            // Checked once per string, and only for strings that need it.
-            if (c >= 0x80 && !checkedUtf8) {
-                if (!isValidUtf8(text))
-                    return fail("Unable to serialize a string that is not valid UTF-8.");
-                checkedUtf8 = true;
-            }
-            continue;
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    std::uint64_t seenHigh = 0;
+    put('"');
+    for (;;) {
+        const char* run = p;
+        while (end - p >= 8) {
+            std::uint64_t x;
+            std::memcpy(&x, p, sizeof x);
+            seenHigh |= x & kHigh;
+            if (escapeMarks(x)) break;
+            p += 8;
         }
-        out_.append(run, p);
-        run = p + 1;
-        out_ += '\\';
-        switch (c) {
-            case '"':
-            case '\\':
-                out_ += static_cast<char>(c);
-                break;
-            case '\b':
-                out_ += 'b';
-                break;
-            case '\f':
-                out_ += 'f';
-                break;
-            case '\n':
-                out_ += 'n';
-                break;
-            case '\r':
-                out_ += 'r';
-                break;
-            case '\t':
-                out_ += 't';
-                break;
-            default:
-                out_ += "u00";
-                out_ += kHex[c >> 4];
-                out_ += kHex[c & 0xF];
+        while (p < end && !needsEscape(static_cast<unsigned char>(*p))) {
+            seenHigh |= static_cast<unsigned char>(*p) & 0x80;
+            ++p;
         }
+        put(run, static_cast<std::size_t>(p - run));
+        if (p == end) break;
+        writeEscape(static_cast<unsigned char>(*p++));
     }
-    out_.append(run, end);
-    out_ += '"';
+    put('"');
+    // Checked once per string, and only for strings that need it.
+    if (seenHigh && !isValidUtf8(text))
+        return fail("Unable to serialize a string that is not valid UTF-8.");
     return true;
+}
+
+void Writer::writeEscape(unsigned char c) {
+    static constexpr char kHex[] = "0123456789abcdef";
+    switch (c) {
+        case '"':
+            put("\\\"", 2);
+            return;
+        case '\\':
+            put("\\\\", 2);
+            return;
+        case '\b':
+            put("\\b", 2);
+            return;
+        case '\f':
+            put("\\f", 2);
+            return;
+        case '\n':
+            put("\\n", 2);
+            return;
+        case '\r':
+            put("\\r", 2);
+            return;
+        case '\t':
+            put("\\t", 2);
+            return;
+        default:
+            const char escape[] = {'\\', 'u', '0', '0', kHex[c >> 4], kHex[c & 0xF]};
+            put(escape, sizeof escape);
+    }
 }
 
 bool Writer::writeArray(const PropertyArray& array, std::size_t depth) {
     if (depth > JSONDecoder::kMaxDepth) return fail("Nesting deeper than 512 arrays and objects.");
-    out_ += '[';
+    put('[');
     for (std::size_t i = 0; i < array.size(); ++i) {
-        if (i) out_ += ',';
+        if (i) put(',');
         if (!write(array[i], depth)) return false;
     }
-    out_ += ']';
+    put(']');
     return true;
 }
 
 bool Writer::writeDictionary(const PropertyDictionary& dict, std::size_t depth) {
     if (depth > JSONDecoder::kMaxDepth) return fail("Nesting deeper than 512 arrays and objects.");
-    out_ += '{';
+    put('{');
     bool first = true;
     for (const auto& [key, value] : dict) {
-        if (!first) out_ += ',';
+        if (!first) put(',');
         first = false;
         if (!writeString(key)) return false;
-        out_ += ':';
+        put(':');
         if (!write(value, depth)) return false;
     }
-    out_ += '}';
+    put('}');
     return true;
 }
 
 }  // namespace
 
-std::optional<std::string> JKSerializer::serializeObject(const PropertyValue& object,
-                                                         JSONError* error) {
+namespace {
+
+std::optional<Bytes> serialize(const PropertyValue& object, JSONError* error) {
     if (!object.isArray() && !object.isDictionary()) {
         if (error)
             *error = {std::string("Unable to serialize object class ") + typeName(object.type()) +
@@ -178,10 +222,17 @@ std::optional<std::string> JKSerializer::serializeObject(const PropertyValue& ob
     return writer.take();
 }
 
+}  // namespace
+
+std::optional<std::string> JKSerializer::serializeObject(const PropertyValue& object,
+                                                         JSONError* error) {
+    const auto bytes = serialize(object, error);
+    if (!bytes) return std::nullopt;
+    return std::string(bytes->begin(), bytes->end());
+}
+
 std::optional<Bytes> JSONData(const PropertyValue& object) {
-    const auto text = JKSerializer::serializeObject(object, nullptr);
-    if (!text) return std::nullopt;
-    return Bytes(text->begin(), text->end());
+    return serialize(object, nullptr);
 }
 
 }  // namespace nbx

@@ -165,5 +165,41 @@ TEST(CloudConstruction, EmptyEndpointFailsEveryCallWithoutErrorInformation) {
               PropertyValue("There is no Error information from Communication Interface"));
 }
 
+// The two calls that leave the usual endpoint or header set.
+TEST(CloudSideDoors, PrinterStatusAndGenericRequestSendTheirOwnHeaders) {
+    LoopbackServer server;
+    httplib::Headers seen;
+    std::string seenPath;
+    const auto record = [&](const httplib::Request& req, httplib::Response& res) {
+        seen = req.headers;
+        seenPath = req.path;
+        res.set_content(R"({"success":true})", "application/json");
+    };
+    server.server().Get(R"(/.*)", record);
+    server.server().Post(R"(/.*)", record);
+    server.start();
+    const std::string host = "127.0.0.1:" + std::to_string(server.port());
+    auto cloud = NBXCloudInterface::interfaceWithNBXServerInformation(host, "/api", "http://");
+    ASSERT_TRUE(cloud);
+
+    PropertyValue answer;
+    EXPECT_TRUE(cloud->getValmoraAccountBindingInformation1(
+        PropertyValue::dictionary({{"printerIPAddress", host}, {"senderPhoneNumber", "1"}}),
+        &answer, nullptr));
+    EXPECT_EQ(seenPath, "/sws/app/settings/network/nbx/SCTStatus.json");
+    for (const char* absent : {"appID", "identifier", "Content-Type", "deviceId"})
+        EXPECT_EQ(seen.count(absent), 0u) << absent;
+
+    auto& wire = *cloud->communicationInterface();
+    const std::string body = "{}";
+    EXPECT_TRUE(wire.sendPCAgentServiceRequestToAPIURLPath(
+        "/pcagent/ping", "POST", Bytes(body.begin(), body.end()), nullptr));
+    EXPECT_EQ(seenPath, "/api/pcagent/ping");
+    EXPECT_EQ(seen.find("appID")->second, NBXCommunicationInterface::nbxAgentAppID());
+    EXPECT_EQ(seen.count("identifier"), wire.macAddress() ? 1u : 0u);
+    for (const char* absent : {"deviceId", "countryCode", "accessToken"})
+        EXPECT_EQ(seen.count(absent), 0u) << absent;
+}
+
 }  // namespace
 }  // namespace nbx::test

@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <regex>
-
 #include "NBXCommunicationInterface.h"
 
 namespace nbx {
@@ -122,12 +120,6 @@ TEST(CommunicationStrings, ResponseSuccess) {
     };
     for (const auto& [response, expected] : cases)
         EXPECT_EQ(isResponseASuccess(response), expected) << response.description();
-}
-
-TEST(CommunicationStrings, BoundaryFormat) {
-    EXPECT_EQ(C::multipartBoundary(1384305012.503117),
-              "AJAX-----------------------1384305012.503117");
-    EXPECT_TRUE(std::regex_match(C::multipartBoundary(0.0), std::regex("AJAX-{23}0\\.000000")));
 }
 
 }  // namespace

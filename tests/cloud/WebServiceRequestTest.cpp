@@ -32,12 +32,6 @@ protected:
     void SetUp() override {
         auto& s = loopback.server();
         s.set_keep_alive_max_count(1);
-        s.Get("/json500", [](const auto&, auto& res) {
-            res.status = 500;
-            res.set_content(R"({"success":false})", "application/json");
-        });
-        s.Get("/empty200", [](const auto&, auto& res) { res.status = 200; });
-        s.Get("/empty204", [](const auto&, auto& res) { res.status = 204; });
         s.Get("/hop1", [](const auto&, auto& res) {
             res.set_redirect("/hop2", 302);
             res.set_content("first hop body", "text/plain");
@@ -65,29 +59,11 @@ protected:
     Arrival arrival;
 };
 
-TEST_F(WebServiceRequestTest, ResultFollowsTheBodyNotTheStatus) {
-    struct Case {
-        const char* path;
-        bool result;
-        int status;
-        const char* reason;
-        const char* body;
-    };
-    const Case cases[] = {
-        {"/json500", true, 500, "Internal Server Error", R"({"success":false})"},
-        {"/empty200", false, 200, "OK", ""},
-        {"/empty204", false, 204, "No Content", ""},
-        {"/hop1", true, 200, "OK", "final"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.path);
-        NBXWebServiceRequest request(loopback.url(c.path));
-        EXPECT_EQ(request.executeRequest(), c.result);
-        EXPECT_EQ(request.httpStatusCode(), c.status);
-        EXPECT_EQ(request.httpLocalizdStringForStatusCode(), c.reason);
-        if (c.body) EXPECT_EQ(text(request.responseData()), c.body);
-        EXPECT_TRUE(request.requestProcessed());
-    }
+TEST_F(WebServiceRequestTest, OnlyTheFinalBodyOfARedirectChainIsKept) {
+    NBXWebServiceRequest request(loopback.url("/hop1"));
+    EXPECT_TRUE(request.executeRequest());
+    EXPECT_EQ(request.httpStatusCode(), 200);
+    EXPECT_EQ(text(request.responseData()), "final");
 }
 
 TEST_F(WebServiceRequestTest, TransportFailuresGiveNoWithStatusZero) {
@@ -176,25 +152,6 @@ TEST_F(WebServiceRequestTest, StreamedPiecesArriveWholeAndRewindOnRedirect) {
                   0);
         EXPECT_EQ(arrival.body.substr(arrival.body.size() - tail.size()), tail);
     }
-}
-
-TEST(WebServiceRequestStatusText, StandardReasonPhrases) {
-    const std::pair<int, const char*> cases[] = {
-        {200, "OK"},
-        {201, "Created"},
-        {301, "Moved Permanently"},
-        {400, "Bad Request"},
-        {401, "Unauthorized"},
-        {404, "Not Found"},
-        {503, "Service Unavailable"},
-        {0, "No Response"},
-        {299, "Success"},
-        {499, "Client Error"},
-        {599, "Server Error"},
-        {-1, "No Response"},
-    };
-    for (const auto& [code, phrase] : cases)
-        EXPECT_EQ(NBXWebServiceRequest::localizedStringForStatusCode(code), phrase) << code;
 }
 
 TEST(DebugLineText, LineFeedsBecomeBlanksAndNonAsciiIsEscaped) {

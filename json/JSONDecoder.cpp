@@ -349,11 +349,14 @@ bool Parser::skipUnescaped() {
         if (c == '"' || c == '\\') return true;
         if (c < 0x20)
             return fail(p_, "Invalid character < 0x20 found in string: 0x" + hexByte(c) + ".");
-        const int len = utf8SequenceLength(reinterpret_cast<const unsigned char*>(p_),
-                                           reinterpret_cast<const unsigned char*>(end_));
-        if (len < 0) return fail(end_, kEndOfBuffer);
-        if (len == 0) return fail(p_, "Invalid UTF-8 sequence found in string.");
-        p_ += len;
+        // Non-ASCII text tends to come in runs.
+        do {
+            const int len = utf8SequenceLength(reinterpret_cast<const unsigned char*>(p_),
+                                               reinterpret_cast<const unsigned char*>(end_));
+            if (len < 0) return fail(end_, kEndOfBuffer);
+            if (len == 0) return fail(p_, "Invalid UTF-8 sequence found in string.");
+            p_ += len;
+        } while (p_ < end_ && static_cast<unsigned char>(*p_) >= 0x80);
     }
 }
 

@@ -6,7 +6,7 @@
 namespace nbx {
 
 // How the request handed to the communication layer is formed.
-enum class RequestForm {
+enum class FacadeRequestForm {
     InputAndBody,   // the caller's input plus the encoded body
     SenderAndBody,  // only the encoded body and the two sender keys
     Input,          // the caller's input itself, no body
@@ -20,7 +20,7 @@ struct FacadeOperation {
     Verifier verify;
     WireCall call;
     std::vector<std::string_view> bodyKeys;
-    RequestForm form = RequestForm::InputAndBody;
+    FacadeRequestForm form = FacadeRequestForm::InputAndBody;
     bool silentWhenUnparsable = false;
     BodyMaker makeBody = nullptr;
 };
@@ -44,13 +44,13 @@ void storeBody(PropertyDictionary& request, const PropertyValue& body) {
 
 PropertyDictionary requestFor(const FacadeOperation& operation, const PropertyValue& input) {
     PropertyDictionary request;
-    if (operation.form == RequestForm::InputAndBody) {
+    if (operation.form == FacadeRequestForm::InputAndBody) {
         if (const auto* dict = input.dictionaryPtr()) request = *dict;
     }
     const PropertyValue body =
         operation.makeBody ? operation.makeBody(input) : bodyFromKeys(input, operation.bodyKeys);
     storeBody(request, body);
-    if (operation.form == RequestForm::SenderAndBody) {
+    if (operation.form == FacadeRequestForm::SenderAndBody) {
         setObjectFromDictionary(request, input, "senderCountryCode");
         setObjectFromDictionary(request, input, "senderPhoneNumber");
     }
@@ -200,7 +200,7 @@ bool NBXCloudInterface::perform(const FacadeOperation& operation, const Property
     auto& communication = *communicationInterface_;
     Bytes answer;
     // The input goes on as it is when no body is built, so a document is never copied.
-    const bool sent = operation.form == RequestForm::Input
+    const bool sent = operation.form == FacadeRequestForm::Input
                           ? (communication.*operation.call)(input, &answer)
                           : (communication.*operation.call)(requestFor(operation, input), &answer);
     if (!sent) {
@@ -231,7 +231,7 @@ bool NBXCloudInterface::decodeAnswer(const Bytes& answer, bool silentWhenUnparsa
 // ---- operations ----
 
 using C = NBXCommunicationInterface;
-using F = RequestForm;
+using F = FacadeRequestForm;
 
 bool NBXCloudInterface::getSubsriberInformation(const PropertyValue& input, PropertyValue* ri,
                                                 PropertyValue* ei) {

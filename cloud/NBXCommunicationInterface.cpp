@@ -10,26 +10,32 @@
 
 namespace nbx {
 
-enum class HeaderSet { Standard, Versioned, VerificationRequest, VerificationSubmit, PushRequest };
-enum class BodySource { SendData, None, MessageType };
+enum class CloudHeaderSet {
+    Standard,
+    Versioned,
+    VerificationRequest,
+    VerificationSubmit,
+    PushRequest
+};
+enum class CloudBodySource { SendData, None, MessageType };
 
 struct CloudOperation {
     const char* selector;
     const char* method;
     const char* path;
-    HeaderSet headers;
-    BodySource body = BodySource::SendData;
+    CloudHeaderSet headers;
+    CloudBodySource body = CloudBodySource::SendData;
 };
 
 namespace {
 
-using H = HeaderSet;
+using H = CloudHeaderSet;
 
 constexpr CloudOperation kGetSubsriberInformation{
     "getSubsriberInformation:subscriberReturnedData:", "PUT", "/idmmgtsvc/user", H::Standard};
 constexpr CloudOperation kRequestAuthentication{"requestAuthentication:returnedData:", "POST",
                                                 "/idmmgtsvc/user/verification",
-                                                H::VerificationRequest, BodySource::None};
+                                                H::VerificationRequest, CloudBodySource::None};
 constexpr CloudOperation kValidateIdentifier{"validateIdentifier:returnedData:", "PUT",
                                              "/idmmgtsvc/user/verification", H::VerificationSubmit};
 constexpr CloudOperation kRequestToBindValmoraAccount{
@@ -76,7 +82,7 @@ constexpr CloudOperation kGetRegisteredPushNotificationIDInformation{
     "/idmmgtsvc/user/register/pushid", H::Standard};
 constexpr CloudOperation kRequestAuthenticationByPushMessage{
     "requestAuthenticationByPushMessage:returnedData:", "POST", "/idmmgtsvc/user/verification/push",
-    H::PushRequest, BodySource::MessageType};
+    H::PushRequest, CloudBodySource::MessageType};
 constexpr CloudOperation kRegisterNbxd2information{"RegisterNbxd2information:returnedData:", "POST",
                                                    "/idmmgtsvc/user/nbxd2/clientInfo",
                                                    H::Versioned};
@@ -211,12 +217,12 @@ void NBXCommunicationInterface::addHeaders(const CloudOperation& operation,
                                            NBXWebServiceRequest& web) const {
     const auto& appID = NBXD2AppID();
     switch (operation.headers) {
-        case HeaderSet::Standard:
-        case HeaderSet::Versioned:
+        case CloudHeaderSet::Standard:
+        case CloudHeaderSet::Versioned:
             web.setValue(appID, "appID");
             web.setValue(kJSONType, "Content-Type");
             web.setValue(macAddress_, "deviceId");
-            if (operation.headers == HeaderSet::Versioned) {
+            if (operation.headers == CloudHeaderSet::Versioned) {
                 web.setValue(versionMajor_, "clientVersionMajor");
                 web.setValue(versionMinor_, "clientVersionMinor");
             }
@@ -224,20 +230,20 @@ void NBXCommunicationInterface::addHeaders(const CloudOperation& operation,
             web.setValue(stringIn(request, "senderPhoneNumber"), "identifier");
             web.setValue(accessToken_, "accessToken");
             break;
-        case HeaderSet::VerificationRequest:
+        case CloudHeaderSet::VerificationRequest:
             web.setValue(appID, "appID");
             web.setValue(stringIn(request, "countryCode"), "countryCode");
             web.setValue(stringIn(request, "identifier"), "identifier");
             web.setValue(macAddress_, "deviceId");
             break;
-        case HeaderSet::VerificationSubmit:
+        case CloudHeaderSet::VerificationSubmit:
             web.setValue(appID, "appID");
             web.setValue(stringIn(request, "countryCode"), "countryCode");
             web.setValue(stringIn(request, "senderPhoneNumber"), "identifier");
             web.setValue(macAddress_, "deviceId");
             web.setValue(kJSONType, "Content-Type");
             break;
-        case HeaderSet::PushRequest:
+        case CloudHeaderSet::PushRequest:
             web.setValue(appID, "appID");
             web.setValue(kJSONType, "Content-Type");
             web.setValue(stringIn(request, "countryCode"), "countryCode");
@@ -257,9 +263,9 @@ bool NBXCommunicationInterface::send(const CloudOperation& operation, const Prop
     web.setDebug(debug_);
     web.setHttpMethod(operation.method);
     addHeaders(operation, request, web);
-    if (operation.body == BodySource::SendData)
+    if (operation.body == CloudBodySource::SendData)
         web.setRequestData(bodyBytes(request["KEY_SendData"]));
-    if (operation.body == BodySource::MessageType)
+    if (operation.body == CloudBodySource::MessageType)
         web.setRequestData(bodyBytes(request["messageType"]));
     return execute(web, returnedData);
 }
@@ -289,7 +295,7 @@ bool NBXCommunicationInterface::requestGetAgentInformation(const PropertyValue& 
         "/printmgtsvc/agent?filter=" + stringIn(request, "filter").value_or("ALL") +
         "&listid=" + stringIn(request, "listid").value_or("my,friend");
     const CloudOperation operation{"requestGetAgentInformation:returnedData:", "GET", path.c_str(),
-                                   HeaderSet::Versioned};
+                                   CloudHeaderSet::Versioned};
     return send(operation, request, out);
 }
 bool NBXCommunicationInterface::requestToBindAgent(const PropertyValue& request, Bytes* out) {

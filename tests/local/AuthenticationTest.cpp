@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
 
 #include "NBXUtility.h"
 #include "PropertyListFile.h"
@@ -118,14 +117,6 @@ TEST_F(MyInfoTest, ReturnAuthInfo) {
         writePropertyListFile(NBXAuthenticationManger::myInfoPath(), file);
         EXPECT_EQ(NBXAuthenticationManger::returnAuthInfo(), expected) << file.description();
     }
-}
-
-TEST_F(MyInfoTest, RemovesTheTemporaryCopy) {
-    const std::string copy = home.temporaryFolder() + "MyInfo.plist";
-    std::ofstream(copy) << "x";
-    NBXAuthenticationManger::removeAuthInfoTmpFile();
-    EXPECT_FALSE(std::filesystem::exists(copy));
-    NBXAuthenticationManger::removeAuthInfoTmpFile();  // already gone: only logged
 }
 
 TEST_F(MyInfoTest, AccessTokenIsReadOnlyFromEncipheredData) {

@@ -60,15 +60,6 @@ TEST_F(StateFilesTest, DebugFlagMustBeATrueNumber) {
     }
 }
 
-TEST_F(StateFilesTest, RecognisesXmlContent) {
-    const std::pair<std::string, bool> cases[] = {{"<?xml version=\"1.0\"?>", true},
-                                                  {"<?xm", false},
-                                                  {" <?xml", false},
-                                                  {"\xff<?xml", false}};
-    for (const auto& [text, expected] : cases)
-        EXPECT_EQ(NBXUtility::isThisXMLContent(Bytes(text.begin(), text.end())), expected) << text;
-}
-
 TEST_F(StateFilesTest, BadFilesReadAsDefaults) {
     const std::pair<PropertyValue, PropertyValue> cases[] = {
         {nullptr, nullptr},  // missing, empty or malformed

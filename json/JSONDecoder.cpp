@@ -106,25 +106,19 @@ bool isPlain(char c) {
 // too small): the sign of the decimal exponent of its first significant digit decides.
 bool exceedsDoubleRange(const char* p, const char* end) {
     if (*p == '-') ++p;
-    std::int64_t lead = 0;
+    std::int64_t lead = -1;
     bool found = false;
-    std::int64_t integerDigits = 0;
     for (; p < end && isDigit(*p); ++p) {
-        if (found || *p != '0') {
-            found = true;
-            ++integerDigits;
-        }
+        found = found || *p != '0';
+        if (found) ++lead;
     }
-    lead = integerDigits - 1;
     if (p < end && *p == '.') {
-        std::int64_t zeros = 0;
-        for (++p; p < end && isDigit(*p); ++p) {
-            if (!found && *p == '0') ++zeros;
-            if (!found && *p != '0') {
-                found = true;
-                lead = -(zeros + 1);
-            }
+        for (++p; p < end && isDigit(*p) && !found; ++p) {
+            found = *p != '0';
+            if (!found) --lead;
         }
+        while (p < end && isDigit(*p))
+            ++p;
     }
     std::int64_t exponent = 0;
     if (p < end && (*p == 'e' || *p == 'E')) {

@@ -63,6 +63,9 @@ INSTANTIATE_TEST_SUITE_P(
         // Too small for a double: zero, not an error.
         ScalarCase{"1e-400", Type::Real, PropertyValue(0.0)},
         ScalarCase{"-1e-99999999999999999999", Type::Real, PropertyValue(-0.0)},
+        ScalarCase{"0.0000001e-320", Type::Real, PropertyValue(0.0)},
+        ScalarCase{"123e-330", Type::Real, PropertyValue(0.0)},
+        ScalarCase{"0.01e310", Type::Real, PropertyValue(1e308)},
         ScalarCase{"0.00000000000000000000000000000000000000000000000001e330", Type::Real,
                    PropertyValue(1e280)},
         ScalarCase{"1000000000000000000000000000000e-330", Type::Real, PropertyValue(1e-300)}));

@@ -16,7 +16,7 @@ namespace nbx {
 namespace {
 
 constexpr long kMaxRedirects = 16;
-// Bodies this large are streamed, and a stalled link rather than a slow one ends them.
+// Past this size a stalled link, not merely a slow one, ends the transfer.
 constexpr std::uint64_t kLargeBodyBytes = 1 << 20;
 
 struct CurlDeleter {

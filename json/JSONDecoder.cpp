@@ -158,6 +158,11 @@ private:
     bool parseEscape(std::string& out);
     bool parseHex4(std::uint32_t& cp);
     bool parseNumber();
+    bool expectDigit();
+    std::size_t readDigits(std::uint64_t& value);
+    bool parseExponent(std::int64_t& exponent);
+    bool pushInteger(std::string_view digits, std::uint64_t magnitude, bool negative);
+    bool pushConverted(const char* start);
     bool parseLiteral(std::string_view word, PropertyValue value);
 
     const char* begin_;
@@ -420,60 +425,93 @@ bool Parser::parseHex4(std::uint32_t& cp) {
     return true;
 }
 
+bool Parser::expectDigit() {
+    if (p_ == end_) return fail(p_, kEndOfBuffer);
+    if (!isDigit(*p_)) return fail(p_, "Invalid number: expected a digit.");
+    return true;
+}
+
+// Digits into `value`, which wraps past 19 digits (the count says when); returns the count.
+std::size_t Parser::readDigits(std::uint64_t& value) {
+    const char* first = p_;
+    for (; p_ < end_ && isDigit(*p_); ++p_)
+        value = value * 10 + static_cast<std::uint64_t>(*p_ - '0');
+    return static_cast<std::size_t>(p_ - first);
+}
+
 bool Parser::parseNumber() {
     const char* start = p_;
     const bool negative = *p_ == '-';
     if (negative) ++p_;
-    const auto expectDigit = [this] {
-        if (p_ == end_) return fail(p_, kEndOfBuffer);
-        if (!isDigit(*p_)) return fail(p_, "Invalid number: expected a digit.");
-        return true;
-    };
     if (!expectDigit()) return false;
-    std::uint64_t magnitude = 0;
-    bool fits = true;
-    if (*p_ == '0') {
-        if (++p_ < end_ && isDigit(*p_))
-            return fail(p_, "Invalid number: leading zeros are not permitted.");
-    } else {
-        for (; p_ < end_ && isDigit(*p_); ++p_) {
-            const auto digit = static_cast<std::uint64_t>(*p_ - '0');
-            if (magnitude > (std::numeric_limits<std::uint64_t>::max() - digit) / 10) fits = false;
-            magnitude = magnitude * 10 + digit;
-        }
-    }
+    const char* integerStart = p_;
+    std::uint64_t mantissa = 0;
+    const std::size_t integerDigits = readDigits(mantissa);
+    if (*integerStart == '0' && integerDigits > 1)
+        return fail(integerStart + 1, "Invalid number: leading zeros are not permitted.");
+    std::size_t fractionDigits = 0;
     bool integral = true;
     if (p_ < end_ && *p_ == '.') {
         ++p_;
         if (!expectDigit()) return false;
-        while (p_ < end_ && isDigit(*p_))
-            ++p_;
+        fractionDigits = readDigits(mantissa);
         integral = false;
     }
+    std::int64_t exponent = 0;
     if (p_ < end_ && (*p_ == 'e' || *p_ == 'E')) {
-        if (++p_ < end_ && (*p_ == '+' || *p_ == '-')) ++p_;
-        if (!expectDigit()) return false;
-        while (p_ < end_ && isDigit(*p_))
-            ++p_;
+        if (!parseExponent(exponent)) return false;
         integral = false;
     }
-    constexpr std::uint64_t kMinMagnitude = std::uint64_t{1} << 63;  // of INT64_MIN
-    if (integral && fits && !negative) {
+    if (integral && pushInteger(std::string_view(integerStart, integerDigits), mantissa, negative))
+        return true;
+    // One correctly rounded operation on exact operands gives the nearest double.
+    static constexpr double kExactPowers[] = {1e0,  1e1,  1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                              1e8,  1e9,  1e10, 1e11, 1e12, 1e13, 1e14, 1e15,
+                                              1e16, 1e17, 1e18, 1e19, 1e20, 1e21, 1e22};
+    const std::int64_t scale = exponent - static_cast<std::int64_t>(fractionDigits);
+    if (integerDigits + fractionDigits <= 19 && mantissa <= (std::uint64_t{1} << 53) &&
+        scale >= -22 && scale <= 22) {
+        const auto m = static_cast<double>(mantissa);
+        const double d = scale < 0 ? m / kExactPowers[-scale] : m * kExactPowers[scale];
+        values_.emplace_back(negative ? -d : d);
+        return true;
+    }
+    return pushConverted(start);
+}
+
+// After the 'e'. Saturates far beyond any double's range.
+bool Parser::parseExponent(std::int64_t& exponent) {
+    bool negative = false;
+    if (++p_ < end_ && (*p_ == '+' || *p_ == '-')) negative = *p_++ == '-';
+    if (!expectDigit()) return false;
+    for (; p_ < end_ && isDigit(*p_); ++p_)
+        exponent = std::min<std::int64_t>(exponent * 10 + (*p_ - '0'), 1'000'000'000);
+    if (negative) exponent = -exponent;
+    return true;
+}
+
+// Integers within 64 bits: unsigned, or signed with a minus sign. False for the rest.
+bool Parser::pushInteger(std::string_view digits, std::uint64_t magnitude, bool negative) {
+    if (digits.size() > 20 || (digits.size() == 20 && digits > "18446744073709551615"))
+        return false;
+    if (!negative) {
         values_.emplace_back(magnitude);
         return true;
     }
-    if (integral && fits && magnitude <= kMinMagnitude) {
-        values_.emplace_back(magnitude == kMinMagnitude ? std::numeric_limits<std::int64_t>::min()
-                                                        : -static_cast<std::int64_t>(magnitude));
-        return true;
-    }
-    // Fractions, exponents and integers past 64 bits.
+    constexpr std::uint64_t kMinMagnitude = std::uint64_t{1} << 63;  // of INT64_MIN
+    if (magnitude > kMinMagnitude) return false;
+    values_.emplace_back(magnitude == kMinMagnitude ? std::numeric_limits<std::int64_t>::min()
+                                                    : -static_cast<std::int64_t>(magnitude));
+    return true;
+}
+
+// The number from `start` to here, by the library's exact conversion.
+bool Parser::pushConverted(const char* start) {
     double d = 0;
-    const auto [end, ec] = std::from_chars(start, p_, d);
-    if (ec == std::errc::result_out_of_range) {
+    if (std::from_chars(start, p_, d).ec == std::errc::result_out_of_range) {
         if (exceedsDoubleRange(start, p_))
             return fail(start, "Number is too large to be represented as a double.");
-        d = negative ? -0.0 : 0.0;
+        d = *start == '-' ? -0.0 : 0.0;
     }
     values_.emplace_back(d);
     return true;

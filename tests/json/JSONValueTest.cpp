@@ -1,7 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cmath>
+#include <cstdlib>
 #include <limits>
+#include <random>
 #include <string>
 
 #include "JSONKit.h"
@@ -91,6 +94,41 @@ INSTANTIATE_TEST_SUITE_P(
         ScalarCase{"\"\x7F\"", Type::String, PropertyValue("\x7F")},
         ScalarCase{R"("0123456789abcdef0123456789abcdef\n0123456789abcdef")", Type::String,
                    PropertyValue("0123456789abcdef0123456789abcdef\n0123456789abcdef")}));
+
+// The C library's conversion is the reference for every decimal form.
+TEST(DecodedNumbers, MatchTheCLibraryConversion) {
+    std::mt19937_64 random(5);
+    const auto digits = [&](int count) {
+        std::string text(static_cast<std::size_t>(count), '0');
+        for (char& c : text)
+            c = static_cast<char>('0' + random() % 10);
+        return text;
+    };
+    for (int i = 0; i < 50000; ++i) {
+        std::string number = random() % 2 ? "-" : "";
+        // A leading zero stands alone.
+        number += random() % 10 == 0
+                      ? "0"
+                      : std::to_string(1 + random() % 9) + digits(static_cast<int>(random() % 20));
+        if (random() % 4) number += "." + digits(1 + static_cast<int>(random() % 20));
+        if (random() % 2) number += "e" + std::to_string(static_cast<int>(random() % 680) - 350);
+        const double expected = std::strtod(number.c_str(), nullptr);
+        const auto doc = objectFromJSONData("[" + number + "]");
+        if (std::isinf(expected)) {
+            EXPECT_FALSE(doc) << number;
+            continue;
+        }
+        ASSERT_TRUE(doc) << number;
+        const auto value = doc->at(0).real();
+        ASSERT_TRUE(value) << number;
+        // "-0" is the integer 0; every other form must match to the bit, sign of zero included.
+        if (number.find_first_of(".e") == std::string::npos)
+            EXPECT_EQ(*value, expected) << number;
+        else
+            EXPECT_EQ(std::bit_cast<std::uint64_t>(*value), std::bit_cast<std::uint64_t>(expected))
+                << number;
+    }
+}
 
 TEST(DecodedDocuments, KeepOrderAndLetTheLastDuplicateWin) {
     const auto doc = objectFromJSONData(R"( {"b":1, "a":[true,null,{}], "b":"two", "":[]} )");

@@ -244,33 +244,60 @@ private:
         return true;
     }
 
+    std::optional<std::uint64_t> objectOffset(std::uint64_t object) const {
+        const auto offset = readUnsigned(table_ + object * offsetSize_, offsetSize_);
+        if (!offset || *offset < 8 || *offset >= table_) return std::nullopt;
+        return offset;
+    }
+
+    // The element count of an object and where its contents start.
+    std::optional<std::pair<std::uint64_t, std::uint64_t>> countAt(std::uint64_t offset) const {
+        const std::uint64_t count = static_cast<unsigned char>(bytes_[offset]) & 0x0F;
+        if (count != 0x0F) return std::pair(count, offset + 1);
+        const auto sizeMarker = readUnsigned(offset + 1, 1);
+        if (!sizeMarker || (*sizeMarker >> 4) != 0x1 || (*sizeMarker & 0x0F) > 3)
+            return std::nullopt;
+        const unsigned width = 1u << (*sizeMarker & 0x0F);
+        const auto length = readUnsigned(offset + 2, width);
+        if (!length) return std::nullopt;
+        return std::pair(*length, offset + 2 + width);
+    }
+
+    // libplist asserts on keys with a NUL character, so only clean strings may be keys.
+    bool isCleanKey(std::uint64_t object) const {
+        const auto offset = objectOffset(object);
+        if (!offset) return false;
+        const unsigned kind = static_cast<unsigned char>(bytes_[*offset]) >> 4;
+        const auto counted = countAt(*offset);
+        if ((kind != 0x5 && kind != 0x6) || !counted) return false;
+        const auto [count, position] = *counted;
+        const std::uint64_t unit = kind == 0x5 ? 1 : 2;
+        if (count > (table_ - position) / unit) return false;
+        for (std::uint64_t i = 0; i < count; ++i)
+            if (readUnsigned(position + i * unit, static_cast<unsigned>(unit)) == 0u) return false;
+        return true;
+    }
+
     bool readObject(std::uint64_t object, std::vector<std::uint64_t>* children, bool* isInteger,
                     bool* isUnsigned) const {
-        const auto offset = readUnsigned(table_ + object * offsetSize_, offsetSize_);
-        if (!offset || *offset < 8 || *offset >= table_) return false;
+        const auto offset = objectOffset(object);
+        if (!offset) return false;
         const auto marker = static_cast<unsigned char>(bytes_[*offset]);
         const unsigned kind = marker >> 4;
         *isInteger = kind == 0x1;
         *isUnsigned = marker == 0x14;
         if (kind != 0xA && kind != 0xC && kind != 0xD) return true;
-        std::uint64_t position = *offset + 1;
-        std::uint64_t count = marker & 0x0F;
-        if (count == 0x0F) {
-            const auto sizeMarker = readUnsigned(position, 1);
-            if (!sizeMarker || (*sizeMarker >> 4) != 0x1 || (*sizeMarker & 0x0F) > 3) return false;
-            const unsigned width = 1u << (*sizeMarker & 0x0F);
-            const auto length = readUnsigned(position + 1, width);
-            if (!length) return false;
-            count = *length;
-            position += 1 + width;
-        }
+        const auto counted = countAt(*offset);
+        if (!counted) return false;
+        const auto [count, position] = *counted;
         const std::uint64_t refs = kind == 0xD ? 2 : 1;
         if (count > (table_ - position) / refSize_ / refs || count * refs > kMaxBinaryNodes)
             return false;
         std::vector<std::uint64_t> all;
         for (std::uint64_t i = 0; i < count * refs; ++i) {
             const auto ref = readUnsigned(position + i * refSize_, refSize_);
-            if (!ref || *ref >= objectCount_) return false;
+            if (!ref || *ref >= objectCount_ || (kind == 0xD && i < count && !isCleanKey(*ref)))
+                return false;
             all.push_back(*ref);
         }
         // Dictionaries list all keys, then all values; libplist yields them in pairs.

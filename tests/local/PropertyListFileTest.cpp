@@ -221,7 +221,13 @@ TEST_F(PropertyListFileTest, BinaryNumbersKeepSignAndRange) {
 }
 
 TEST_F(PropertyListFileTest, HostileBinaryFilesReadAsNothing) {
-    BinaryPlist deep, lattice, cycle, fine;
+    BinaryPlist deep, lattice, cycle, nulKey, fine;
+    nulKey.add(BinaryPlist::container('\xD0', {1, 2}));
+    nulKey.add(
+        std::string("\x53"
+                    "a\0b",
+                    4));
+    nulKey.add("\x09");
     const std::string deepFile = deep.build(deep.nest(300, 1));
     cycle.add(BinaryPlist::container('\xA0', {0}));
     std::string badOffset = cycle.build(0);
@@ -233,6 +239,7 @@ TEST_F(PropertyListFileTest, HostileBinaryFilesReadAsNothing) {
         {"top out of range", cycle.build(5)},
         {"offset out of range", badOffset},
         {"truncated", deepFile.substr(0, 100)},
+        {"key with a NUL", nulKey.build(0)},
     };
     for (const auto& [name, bytes] : cases)
         EXPECT_FALSE(readBytes(bytes)) << name;

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <bit>
 #include <charconv>
 #include <cstring>
 #include <iterator>
@@ -41,21 +42,28 @@ std::string hexByte(unsigned char c) {
 }
 
 void appendUtf8(std::string& out, std::uint32_t cp) {
+    char bytes[4];
+    std::size_t n;
     if (cp < 0x80) {
-        out += static_cast<char>(cp);
+        bytes[0] = static_cast<char>(cp);
+        n = 1;
     } else if (cp < 0x800) {
-        out += static_cast<char>(0xC0 | (cp >> 6));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
+        bytes[0] = static_cast<char>(0xC0 | (cp >> 6));
+        bytes[1] = static_cast<char>(0x80 | (cp & 0x3F));
+        n = 2;
     } else if (cp < 0x10000) {
-        out += static_cast<char>(0xE0 | (cp >> 12));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
+        bytes[0] = static_cast<char>(0xE0 | (cp >> 12));
+        bytes[1] = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        bytes[2] = static_cast<char>(0x80 | (cp & 0x3F));
+        n = 3;
     } else {
-        out += static_cast<char>(0xF0 | (cp >> 18));
-        out += static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
-        out += static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
-        out += static_cast<char>(0x80 | (cp & 0x3F));
+        bytes[0] = static_cast<char>(0xF0 | (cp >> 18));
+        bytes[1] = static_cast<char>(0x80 | ((cp >> 12) & 0x3F));
+        bytes[2] = static_cast<char>(0x80 | ((cp >> 6) & 0x3F));
+        bytes[3] = static_cast<char>(0x80 | (cp & 0x3F));
+        n = 4;
     }
+    out.append(bytes, n);
 }
 
 // Length of the well-formed UTF-8 sequence at p (RFC 3629), 0 when ill-formed, or -1 when
@@ -85,16 +93,19 @@ int utf8SequenceLength(const unsigned char* p, const unsigned char* end) {
     return len;
 }
 
-// True when none of the 8 bytes needs a closer look: no quote, backslash, control
-// character or non-ASCII byte.
-bool allPlain(const char* p) {
+// Word-at-a-time scanning reads the lowest marked byte as the first one in memory.
+static_assert(std::endian::native == std::endian::little);
+
+// Marks the bytes of the 8 at p that need a closer look: quote, backslash, control character
+// or non-ASCII byte. Only the lowest mark is exact, which is all the caller uses.
+std::uint64_t specialBytes(const char* p) {
     std::uint64_t x;
     std::memcpy(&x, p, sizeof x);
     constexpr std::uint64_t kOnes = ~0ULL / 255;
     constexpr std::uint64_t kHigh = kOnes * 0x80;
     const auto hasZero = [](std::uint64_t v) { return (v - kOnes) & ~v & kHigh; };
     const std::uint64_t below20 = (x - kOnes * 0x20) & ~x & kHigh;
-    return ((x & kHigh) | below20 | hasZero(x ^ (kOnes * '"')) | hasZero(x ^ (kOnes * '\\'))) == 0;
+    return (x & kHigh) | below20 | hasZero(x ^ (kOnes * '"')) | hasZero(x ^ (kOnes * '\\'));
 }
 
 bool isPlain(char c) {
@@ -321,7 +332,7 @@ bool Parser::parseString(std::string& out) {
     const char* start = ++p_;
     if (!skipUnescaped()) return false;
     if (*p_ == '"') {
-        out.assign(start, p_++);
+        out = std::string(start, p_++);
         return true;
     }
     scratch_.assign(start, p_);
@@ -339,8 +350,13 @@ bool Parser::parseString(std::string& out) {
 // Moves over string bytes that stand for themselves, up to a quote or a backslash.
 bool Parser::skipUnescaped() {
     for (;;) {
-        while (end_ - p_ >= 8 && allPlain(p_))
+        while (end_ - p_ >= 8) {
+            if (const std::uint64_t marks = specialBytes(p_)) {
+                p_ += std::countr_zero(marks) / 8;
+                break;
+            }
             p_ += 8;
+        }
         while (p_ < end_ && isPlain(*p_))
             ++p_;
         if (p_ == end_) return fail(p_, kEndOfBuffer);

@@ -184,7 +184,8 @@ private:
     std::vector<PropertyValue> values_;
     std::vector<std::string> keys_;
     std::vector<Open> open_;
-    std::string scratch_;  // text of a string with escapes, reused
+    bool valueDue_ = false;  // a member's value comes next, else a separator or the end
+    std::string scratch_;    // text of a string with escapes, reused
     const char* errorAt_ = nullptr;
     std::string errorMessage_;
 };
@@ -216,8 +217,9 @@ bool Parser::parseDocument() {
     if (p_ == end_) return fail(p_, kEndOfBuffer);
     if (*p_ != '[' && *p_ != '{') return fail(p_, "Expected either '[' or '{'.");
     if (!openContainer()) return false;
+    // A loop rather than recursion: nesting costs heap, never stack.
     while (!open_.empty()) {
-        if (!afterValue()) return false;
+        if (!(valueDue_ ? parseValue() : afterValue())) return false;
     }
     skipWhiteSpace();
     if (p_ != end_)
@@ -227,8 +229,8 @@ bool Parser::parseDocument() {
     return true;
 }
 
-// At '[' or '{'. Leaves the parser after a complete value (an empty container) or ready for
-// the container's first member.
+// At '[' or '{'. Leaves the parser after a complete value (an empty container) or with the
+// first member's value due.
 bool Parser::openContainer() {
     if (open_.size() >= JSONDecoder::kMaxDepth)
         return fail(p_, "Nesting deeper than 512 arrays and objects.");
@@ -241,8 +243,8 @@ bool Parser::openContainer() {
         ++p_;
         return closeContainer();
     }
-    if (isObject && !parseKey()) return false;
-    return parseValue();
+    valueDue_ = true;
+    return !isObject || parseKey();
 }
 
 bool Parser::closeContainer() {
@@ -270,6 +272,7 @@ bool Parser::closeContainer() {
 
 // Parses one member value; a nested container is only opened here and finished by the loop.
 bool Parser::parseValue() {
+    valueDue_ = false;
     skipWhiteSpace();
     if (p_ == end_) return fail(p_, kEndOfBuffer);
     switch (*p_) {
@@ -311,8 +314,8 @@ bool Parser::afterValue() {
     skipWhiteSpace();
     if (p_ == end_) return fail(p_, kEndOfBuffer);
     if (*p_ == close) return fail(comma, kUnexpectedComma);
-    if (isObject && !parseKey()) return false;
-    return parseValue();
+    valueDue_ = true;
+    return !isObject || parseKey();
 }
 
 bool Parser::parseKey() {

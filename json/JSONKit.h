@@ -19,7 +19,8 @@ struct JSONError {
     PropertyValue userInfo() const;
 };
 
-// Strict decoder. Deeper nesting than kMaxDepth is an error, never a stack overflow.
+// Strict decoder (RFC 8259 with a top level of "[" or "{" only). Nesting deeper than kMaxDepth
+// is an error. In an object a repeated key keeps its first place and takes its last value.
 class JSONDecoder {
 public:
     static constexpr int kMaxDepth = 512;
@@ -35,7 +36,8 @@ private:
     [[maybe_unused]] unsigned options_;
 };
 
-// Compact encoder of a dictionary or an array.
+// Compact encoder of a dictionary or an array. Strings must be valid UTF-8 and nesting no
+// deeper than the decoder accepts.
 class JKSerializer {
 public:
     static std::optional<std::string> serializeObject(const PropertyValue& object,

@@ -11,8 +11,9 @@ inline QApplication& qtApp() {
     static char name[] = "nbx-tests";
     static char* argv[] = {name, nullptr};
     setenv("QT_QPA_PLATFORM", "offscreen", 0);
-    static QApplication app(argc, argv);
-    return app;
+    // Never destroyed: other Qt statics may go first at exit.
+    static QApplication* app = new QApplication(argc, argv);
+    return *app;
 }
 
 // As a first member, makes sure the application exists before any widget member.

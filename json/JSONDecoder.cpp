@@ -1,10 +1,15 @@
 #include <algorithm>
+#include <array>
 #include <bit>
 #include <charconv>
 #include <cstring>
 #include <iterator>
 #include <limits>
 #include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "JSONKit.h"
 
@@ -24,11 +29,18 @@ bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+constexpr std::array<std::int8_t, 256> kHexValues = [] {
+    std::array<std::int8_t, 256> table{};
+    table.fill(-1);
+    for (int i = 0; i < 10; ++i)
+        table['0' + i] = static_cast<std::int8_t>(i);
+    for (int i = 0; i < 6; ++i)
+        table['a' + i] = table['A' + i] = static_cast<std::int8_t>(10 + i);
+    return table;
+}();
+
 int hexValue(char c) {
-    if (c >= '0' && c <= '9') return c - '0';
-    if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-    if (c >= 'A' && c <= 'F') return c - 'A' + 10;
-    return -1;
+    return kHexValues[static_cast<unsigned char>(c)];
 }
 
 // Raw bytes in a message would make the message itself invalid text.
@@ -93,11 +105,30 @@ int utf8SequenceLength(const unsigned char* p, const unsigned char* end) {
     return len;
 }
 
+#if defined(__SSE2__)
+constexpr std::ptrdiff_t kBlock = 16;
+
+// Marks, one bit per byte of the 16 at p, those that need a closer look: quote, backslash,
+// control character or non-ASCII byte.
+unsigned specialBytes(const char* p) {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    // Signed compare: bytes from 0x80 up count as negative, so they are marked too.
+    const __m128i low = _mm_cmplt_epi8(x, _mm_set1_epi8(0x20));
+    const __m128i quote = _mm_cmpeq_epi8(x, _mm_set1_epi8('"'));
+    const __m128i backslash = _mm_cmpeq_epi8(x, _mm_set1_epi8('\\'));
+    return static_cast<unsigned>(
+        _mm_movemask_epi8(_mm_or_si128(low, _mm_or_si128(quote, backslash))));
+}
+
+std::ptrdiff_t firstMarked(unsigned marks) {
+    return std::countr_zero(marks);
+}
+#else
 // Word-at-a-time scanning reads the lowest marked byte as the first one in memory.
 static_assert(std::endian::native == std::endian::little);
+constexpr std::ptrdiff_t kBlock = 8;
 
-// Marks the bytes of the 8 at p that need a closer look: quote, backslash, control character
-// or non-ASCII byte. Only the lowest mark is exact, which is all the caller uses.
+// As above, 8 bytes at a time; only the lowest mark is exact, which is all the caller uses.
 std::uint64_t specialBytes(const char* p) {
     std::uint64_t x;
     std::memcpy(&x, p, sizeof x);
@@ -107,6 +138,11 @@ std::uint64_t specialBytes(const char* p) {
     const std::uint64_t below20 = (x - kOnes * 0x20) & ~x & kHigh;
     return (x & kHigh) | below20 | hasZero(x ^ (kOnes * '"')) | hasZero(x ^ (kOnes * '\\'));
 }
+
+std::ptrdiff_t firstMarked(std::uint64_t marks) {
+    return std::countr_zero(marks) / 8;
+}
+#endif
 
 bool isPlain(char c) {
     const auto u = static_cast<unsigned char>(c);
@@ -353,12 +389,12 @@ bool Parser::parseString(std::string& out) {
 // Moves over string bytes that stand for themselves, up to a quote or a backslash.
 bool Parser::skipUnescaped() {
     for (;;) {
-        while (end_ - p_ >= 8) {
-            if (const std::uint64_t marks = specialBytes(p_)) {
-                p_ += std::countr_zero(marks) / 8;
+        while (end_ - p_ >= kBlock) {
+            if (const auto marks = specialBytes(p_)) {
+                p_ += firstMarked(marks);
                 break;
             }
-            p_ += 8;
+            p_ += kBlock;
         }
         while (p_ < end_ && isPlain(*p_))
             ++p_;

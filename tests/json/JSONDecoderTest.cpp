@@ -124,6 +124,38 @@ INSTANTIATE_TEST_SUITE_P(
                   "Invalid character < 0x20 found in string: 0x01.", 22, 1},
         ErrorCase{"[\"0123456789abcdef0123\xFF\"]", kBadUtf8, 22, 1}));
 
+// Text is scanned in blocks; a special byte must be found at every offset within them.
+TEST(Decoder, FindsSpecialBytesAtEveryOffset) {
+    struct Special {
+        std::string bytes;
+        std::string decoded;  // empty: an error at the byte is expected
+        std::string message;
+    };
+    const Special specials[] = {
+        {"\x01", "", "Invalid character < 0x20 found in string: 0x01."},
+        {"\xFF", "", kBadUtf8},
+        {"\\n", "\n", ""},
+        {"\xC3\xA9", "\xC3\xA9", ""},
+        {"\\\"", "\"", ""},
+    };
+    for (const Special& special : specials) {
+        for (std::size_t offset = 0; offset < 40; ++offset) {
+            const std::string before(offset, 'a'), after(40 - offset, 'b');
+            const std::string text = "[\"" + before + special.bytes + after + "\"]";
+            JSONError error;
+            const auto doc = JSONDecoder().objectWithUTF8String(text, &error);
+            if (special.decoded.empty()) {
+                EXPECT_FALSE(doc) << offset;
+                EXPECT_EQ(error.description, special.message);
+                EXPECT_EQ(error.atIndex, offset + 2);
+            } else {
+                ASSERT_TRUE(doc) << offset << " " << error.description;
+                EXPECT_EQ(doc->at(0), PropertyValue(before + special.decoded + after)) << offset;
+            }
+        }
+    }
+}
+
 TEST(Decoder, AbsentBufferIsAnError) {
     JSONError error;
     EXPECT_FALSE(JSONDecoder().objectWithData(nullptr, &error).has_value());

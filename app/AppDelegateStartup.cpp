@@ -80,6 +80,7 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
             bundleInfo["NSHumanReadableCopyright"].string().value_or("Nimbrix $VERSION$")),
         localized("AboutContact"), localized("AboutSite")};
     window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode, about);
+    window_->selectDefaultCountry(QString::fromStdString(sSystemRegion));
     window_->printerScreen->popupCheckBox()->hide();
     window_->printerScreen->nextButton()->hide();
     window_->printerScreen->cancelButton()->hide();

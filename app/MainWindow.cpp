@@ -120,7 +120,7 @@ QWidget* MainWindow::buildCentral(const Localizer& tr) {
     auto* background = new NBXMainBGView(QColor(0xf7, 0xf8, 0xfa));
     titleView = new NBXTitleImageView;
     titleView->setPixmap(NBXImages::image("icon_printer").pixmap(28, 28));
-    auto* title = new QLabel(tr("Adding Nimbrix"));
+    auto* title = new QLabel(tr("Nimbrix 2.0"));
     title->setObjectName("heading");
     titleBar_ = new QWidget;
     auto* titleLayout = new QHBoxLayout(titleBar_);
@@ -155,7 +155,8 @@ void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& co
     auto* certification = new NBXSendButton(tr("Certification"));
     auto* authEntry = new QWidget;
     auto* authLayout = new QHBoxLayout(authEntry);
-    authLayout->addWidget(new PhoneEntry(tr, countryTable, certification), 1);
+    authPhoneEntry = new PhoneEntry(tr, countryTable, certification);
+    authLayout->addWidget(authPhoneEntry, 1);
     authLayout->addWidget(certification);
     authScreen->addBody(authEntry);
     addPrinterScreen =
@@ -172,6 +173,13 @@ void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& co
     guideScreen = new WizardScreen("icon_my-cloud-box", tr("Nimbrix 2.0"),
                                    tr("After connecting, the Printer name will be shown in your "
                                       "Nimbrix mobile app."));
+}
+
+void MainWindow::selectDefaultCountry(const QString& region) {
+    for (PhoneEntry* entry :
+         {authPhoneEntry, printerScreen->friendEntry(), profilePhoneSheet->phoneEntry()}) {
+        entry->selectRegion(region);
+    }
 }
 
 void MainWindow::showScreen(QWidget* screen) {

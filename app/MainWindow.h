@@ -18,6 +18,7 @@ class AlertSheet;
 class InformationSheet;
 class NBXRefreshView;
 class NBXTitleImageView;
+class PhoneEntry;
 class PrintLaterSheet;
 class PrinterScreen;
 class ProfilePhoneSheet;
@@ -40,6 +41,8 @@ public:
     QWidget* currentScreen() const;
     // Marks the toolbar tab ("Printer" or "Setting") and shows its screen.
     void selectTab(const QString& tab);
+    // Every country popup starts on the country of the locale's region.
+    void selectDefaultCountry(const QString& region);
     void setWizardButtonsVisible(bool visible);
     void setToolbarVisible(bool visible);
     void setSettingsTabVisible(bool visible);
@@ -67,6 +70,7 @@ public:
     WizardScreen* registrationEnableScreen = nullptr;
     WizardScreen* registrationScreen = nullptr;
     WizardScreen* guideScreen = nullptr;
+    PhoneEntry* authPhoneEntry = nullptr;
     PrinterScreen* printerScreen = nullptr;
     SettingScreen* settingScreen = nullptr;
     InformationSheet* informationSheet = nullptr;

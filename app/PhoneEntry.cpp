@@ -26,6 +26,8 @@ PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
     fillPopup(tr);
     code_->setPlaceholderText("+");
     code_->setMaximumWidth(70);
+    popup_->setMinimumWidth(170);
+    phone_->setMinimumWidth(150);
     phone_->setPlaceholderText(tr("phone number"));
     (new NBXCodeFormatter(countries_, popup_, sendButton, this))->attach(code_);
     (new NBXCodeFormatter(sendButton, this))->attach(phone_);

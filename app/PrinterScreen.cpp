@@ -42,7 +42,7 @@ PrinterScreen::PrinterScreen(const Localizer& tr, const PropertyValue& countryTa
         table->setSelectionMode(QAbstractItemView::SingleSelection);
         connect(table, &QListWidget::itemSelectionChanged, this, [table] { markSelection(table); });
     }
-    addRow(friends_, "Friend", tr("Send to Friend"), QString());
+    addRow(friends_, "Friend", tr("Contacts"), QString());
     friends_->setFixedHeight(NBXPrinterCell::heightOfRow("Friend") + 6);
     next_->setDefault(true);
     next_->setObjectName("primary");

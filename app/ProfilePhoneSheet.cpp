@@ -20,6 +20,7 @@ ProfilePhoneSheet::ProfilePhoneSheet(const Localizer& tr, const PropertyValue& c
       certificate_(new QLineEdit),
       countdown_(new QLabel),
       expired_(new QLabel(tr("Certificate expired. New request is needed."))) {
+    setMinimumWidth(580);
     certification_->setToolTip(tr("Authentication Request Push Cert Tooltip"));
     auto* request = new QHBoxLayout;
     request->addWidget(phone_, 1);

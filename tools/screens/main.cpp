@@ -1,0 +1,180 @@
+// Renders every screen and sheet of the agent to PNG files, in English and German, so the look
+// can be checked without a display: QT_QPA_PLATFORM=offscreen nbx-screens OUTDIR
+#include <QApplication>
+#include <QCheckBox>
+#include <QDir>
+#include <QLineEdit>
+#include <QListWidget>
+#include <QPixmap>
+#include <QPushButton>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <memory>
+
+#include "AboutSheet.h"
+#include "AlertSheet.h"
+#include "AppDelegate.h"
+#include "InformationSheet.h"
+#include "MainWindow.h"
+#include "PhoneEntry.h"
+#include "PrintLaterSheet.h"
+#include "PrinterScreen.h"
+#include "ProfilePhoneSheet.h"
+#include "PropertyListFile.h"
+#include "RenameSheet.h"
+#include "SettingScreen.h"
+#include "TonerWindow.h"
+#include "UnlinkSheet.h"
+
+namespace {
+
+using namespace nbx;
+
+class SilentAlerts : public AlertPresenter {
+public:
+    int runModal(const AlertRequest&) override { return 0; }
+};
+
+class NoBrowser : public UrlOpener {
+public:
+    void openURL(const std::string&) override {}
+};
+
+PropertyValue sampleAgents() {
+    auto record = [](const char* type, const char* alias, const char* model, bool paid) {
+        return PropertyValue::dictionary({{"agentType", type},
+                                          {"agentAlias", alias},
+                                          {"agentModelName", model},
+                                          {"isPaidDevice", paid}});
+    };
+    PropertyValue friendPrinter = record("PRT_AGENT", "", "Laser M2020", false);
+    friendPrinter.set("friendUserId", "u7");
+    friendPrinter.set("firstName", "Ana");
+    friendPrinter.set("lastName", "Lee");
+    return PropertyValue::array({PropertyValue::dictionary({{"agentType", "My Drive"}}),
+                                 record("POST_AGENT", "Post Office", "", false),
+                                 PropertyValue::dictionary({{"agentType", "TitleMyPrinter"}}),
+                                 record("PC_AGENT", "Office printer", "Color C480", false),
+                                 record("PRT_AGENT", "Copy shop", "Pro 9000", true),
+                                 PropertyValue::dictionary({{"agentType", "TitleFriendPrinter"}}),
+                                 friendPrinter});
+}
+
+class Renderer {
+public:
+    Renderer(QString folder, QString language) : folder_(std::move(folder)), language_(language) {}
+
+    void grab(QWidget* widget, const QString& name) {
+        QApplication::processEvents();
+        const QString path = folder_ + "/" + language_ + "-" + name + ".png";
+        if (!widget->grab().save(path)) std::fprintf(stderr, "cannot write %s\n", qPrintable(path));
+    }
+
+    void sheet(QDialog* dialog, const QString& name) {
+        dialog->show();
+        dialog->adjustSize();
+        grab(dialog, name);
+        dialog->hide();
+    }
+
+private:
+    QString folder_;
+    QString language_;
+};
+
+void renderLanguage(const QString& folder, const char* locale, const QString& language) {
+    setenv("LC_ALL", locale, 1);
+    AppDelegate delegate({std::make_shared<SilentAlerts>(), std::make_shared<NoBrowser>(), [] {},
+                          [](std::function<void()>) {}});
+    delegate.applicationDidFinishLaunching({"nbx-screens"});
+    MainWindow* w = delegate.window();
+    Renderer r(folder, language);
+    w->resize(780, 600);
+    w->show();
+
+    const std::vector<std::pair<void (AppDelegate::*)(), QString>> wizard = {
+        {&AppDelegate::showAuthScreen, "1-authentication"},
+        {&AppDelegate::showAddPrinterScreen, "2-add-printer"},
+        {&AppDelegate::showSharingPrinterScreen, "3-sharing-printer"},
+        {&AppDelegate::showRegistrationEnableScreen, "4-registration-enable"},
+        {&AppDelegate::showRegistrationScreen, "5-registration"},
+        {&AppDelegate::showGuideScreen, "6-guide"}};
+    w->setToolbarVisible(false);
+    w->setWizardButtonsVisible(true);
+    w->setTitleViewVisible(true);
+    for (const auto& [show, name] : wizard) {
+        (delegate.*show)();
+        r.grab(w, name);
+    }
+
+    w->setToolbarVisible(true);
+    w->setWizardButtonsVisible(false);
+    w->setTitleViewVisible(false);
+    delegate.arrSaveAgentList = sampleAgents();
+    w->printerScreen->reloadPrinters(delegate.arrSaveAgentList);
+    delegate.setPlusbtn(true);
+    delegate.actionClickToolbar("Printer");
+    w->printerScreen->printerTable()->item(3)->setSelected(true);
+    r.grab(w, "7-printer");
+    w->printerScreen->popupCheckBox()->show();
+    w->printerScreen->nextButton()->show();
+    w->printerScreen->cancelButton()->show();
+    w->setSettingsTabVisible(false);
+    r.grab(w, "7-print-target");
+    w->setSettingsTabVisible(true);
+    w->printerScreen->popupCheckBox()->hide();
+    w->printerScreen->nextButton()->hide();
+    w->printerScreen->cancelButton()->hide();
+
+    delegate.actionClickToolbar("Setting");
+    w->settingScreen->applyButton()->show();
+    w->settingScreen->cancelButton()->show();
+    const char* sections[] = {"8-setting-registration", "8-setting-popup", "8-setting-notification",
+                              "8-setting-profile"};
+    for (int i = 0; i < 4; ++i) {
+        w->settingScreen->selectSection(i);
+        r.grab(w, sections[i]);
+    }
+    delegate.actionClickToolbar("Printer");
+
+    delegate.showRefreshWindow("START", true);
+    r.grab(w, "refresh-overlay");
+    delegate.showRefreshWindow("STOP", false);
+
+    w->informationSheet->setInformation("Office printer", "Color C480", "AA:BB:CC:DD:EE:FF");
+    w->unlinkSheet->setPrinterName("Office printer");
+    w->renameSheet->nameField()->setText("Office printer");
+    w->profilePhoneSheet->setSecondsLeft(1795);
+    w->alertSheet->setMessage(delegate.localized("Profile Authenticate Tooltip"));
+    r.sheet(w->aboutSheet, "sheet-about");
+    r.sheet(w->alertSheet, "sheet-alert");
+    r.sheet(w->printLaterSheet, "sheet-print-later");
+    r.sheet(w->tonerWindow, "sheet-toner");
+    r.sheet(w->informationSheet, "sheet-information");
+    r.sheet(w->renameSheet, "sheet-rename");
+    r.sheet(w->unlinkSheet, "sheet-unlink");
+    r.sheet(w->profilePhoneSheet, "sheet-profile-phone");
+}
+
+}  // namespace
+
+int main(int argc, char* argv[]) {
+    if (argc != 2) {
+        std::fprintf(stderr, "usage: nbx-screens OUTDIR\n");
+        return 2;
+    }
+    // A throw-away home and no reachable scheduler: rendering must change nothing on this machine.
+    std::string home = (std::filesystem::temp_directory_path() / "nbx-screens-XXXXXX").string();
+    if (!mkdtemp(home.data())) return 1;
+    setenv("HOME", home.c_str(), 1);
+    setenv("CUPS_SERVER", "127.0.0.1:9", 1);
+    QApplication app(argc, argv);
+    const QString folder = QString::fromLocal8Bit(argv[1]);
+    QDir().mkpath(folder);
+    renderLanguage(folder, "en_US.UTF-8", "en");
+    renderLanguage(folder, "de_DE.UTF-8", "de");
+    std::error_code ec;
+    std::filesystem::remove_all(home, ec);
+    return 0;
+}

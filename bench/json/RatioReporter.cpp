@@ -9,7 +9,9 @@ void RatioReporter::ReportRuns(const std::vector<Run>& reports) {
     ConsoleReporter::ReportRuns(reports);
     for (const Run& run : reports) {
         const auto rate = run.counters.find("bytes_per_second");
-        if (run.run_type != Run::RT_Iteration || rate == run.counters.end()) continue;
+        // With repetitions the median, reported after the single runs, has the last word.
+        const bool median = run.run_type == Run::RT_Aggregate && run.aggregate_name == "median";
+        if ((run.run_type != Run::RT_Iteration && !median) || rate == run.counters.end()) continue;
         const std::string name = run.run_name.function_name;
         bytesPerSecond_[name] = rate->second.value;
         const std::string group = name.substr(0, name.rfind('/'));

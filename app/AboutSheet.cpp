@@ -17,8 +17,9 @@ AboutSheet::AboutSheet(const Localizer& tr, const AboutInfo& info, QWidget* pare
     addText(tr("Driver Version") + " " + versionLine_);
     addText(fillVersion(info.notice, info.version));
     addText(fillVersion(info.contact, info.version));
-    QLabel* site = addText(QStringLiteral("<a href=\"%1\">%1</a>").arg(info.site.toHtmlEscaped()));
-    site->setOpenExternalLinks(false);
+    site_ = addText(QStringLiteral("<a href=\"%1\">%2</a>")
+                        .arg(info.siteUrl.toHtmlEscaped(), info.site.toHtmlEscaped()));
+    site_->setTextFormat(Qt::RichText);
     ok_ = addButton(tr("OK"), true);
 }
 

@@ -10,7 +10,8 @@ struct AboutInfo {
     QString buildDate;
     QString notice;  // may hold "$VERSION$"
     QString contact;
-    QString site;
+    QString site;     // the line shown
+    QString siteUrl;  // where it leads
 };
 
 class AboutSheet : public Sheet {
@@ -19,11 +20,13 @@ public:
     AboutSheet(const Localizer& tr, const AboutInfo& info, QWidget* parent);
     QString versionLine() const { return versionLine_; }
     QPushButton* okButton() const { return ok_; }
+    QLabel* siteLink() const { return site_; }
 
     static QString fillVersion(QString text, const QString& version);
 
 private:
     QString versionLine_;
+    QLabel* site_;
     QPushButton* ok_;
 };
 

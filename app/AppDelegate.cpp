@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QCheckBox>
+#include <QLabel>
 #include <QPushButton>
 #include <QThread>
 #include <thread>
@@ -88,6 +89,7 @@ void AppDelegate::connectWindow() {
             &AppDelegate::cancelAction);
     connect(w->settingScreen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
     connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
+    connect(w->aboutSheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
     connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);
     connect(w->printLaterSheet->okButton(), &QPushButton::clicked, this,
             &AppDelegate::clickPrinterLaterOKBtn);

@@ -75,10 +75,13 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
     initCommonValue();
     const std::string version = bundleInfo["CFBundleShortVersionString"].string().value_or("2.0");
     const AboutInfo about{
-        QString::fromStdString(version), QStringLiteral(__DATE__),
+        QString::fromStdString(version),
+        QStringLiteral(__DATE__),
         QString::fromStdString(
             bundleInfo["NSHumanReadableCopyright"].string().value_or("Nimbrix $VERSION$")),
-        localized("AboutContact"), localized("AboutSite")};
+        localized("AboutContact"),
+        localized("AboutSite"),
+        QString::fromStdString(bundleInfo["AboutSite"].string().value_or(""))};
     window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode, about);
     window_->selectDefaultCountry(QString::fromStdString(sSystemRegion));
     window_->printerScreen->popupCheckBox()->hide();

@@ -51,7 +51,7 @@ QListWidget#cardTable, QListWidget#sectionTable { border: 1px solid #e5e7eb; bor
 QListWidget#cardTable::item:selected { background: #e8f0fe; }
 QListWidget#sectionTable::item { padding: 8px; }
 QListWidget#sectionTable::item:selected { background: #e8f0fe; color: #1a56db; }
-QLineEdit, QComboBox { padding: 4px 6px; border: 1px solid #d1d5db; border-radius: 6px;
+QLineEdit { padding: 4px 6px; border: 1px solid #d1d5db; border-radius: 6px;
               background: #ffffff; }
 )";
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <QAction>
 #include <QCheckBox>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
@@ -238,6 +239,8 @@ TEST(Sheets, AboutShowsTheVersionAndClosingStopsTheOverlay) {
     EXPECT_FALSE(d.window()->aboutSheet->isVisible());
     EXPECT_TRUE(d.window()->refreshView->isHidden());
     EXPECT_EQ(AboutSheet::fillVersion("v$VERSION$ / $VERSION$", "2.0"), "v2.0 / 2.0");
+    emit d.window()->aboutSheet->siteLink()->linkActivated("ignored");
+    EXPECT_EQ(h.urls->opened, std::vector<std::string>{"https://www.nimbrix.example"});
 }
 
 TEST(Sheets, CountdownAndUnlinkTexts) {

@@ -12,7 +12,8 @@ namespace nbx {
 
 namespace {
 
-using U128 = unsigned __int128;
+// A compiler extension, hence the marker that keeps pedantic builds quiet.
+__extension__ typedef unsigned __int128 U128;
 
 constexpr int kDigits = 17;
 constexpr std::uint64_t kLow = 10'000'000'000'000'000ULL;  // 10^16: smallest 17-digit value

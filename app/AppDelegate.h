@@ -3,6 +3,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QStringList>
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -115,10 +116,10 @@ public:
     Localizer localizer() const;
     MainWindow* window() const { return window_.get(); }
 
-    // --- state, as the flows share it
-    int nCrtFunctionNum = 1;
-    bool bAfterCapabilityCheck = false;
-    bool bCapabilityCheckCompleted = false;
+    // --- state, as the flows share it; what workers read is atomic, the rest is main-thread only
+    std::atomic<int> nCrtFunctionNum = 1;
+    std::atomic<bool> bAfterCapabilityCheck = false;
+    std::atomic<bool> bCapabilityCheckCompleted = false;
     int argTotalPages = 0;
     std::string argColor, argDueplex, argPaperSize, argCopiesVal, argTargetPlist;
     std::string sAppFolderPath, sUserFolderPath;

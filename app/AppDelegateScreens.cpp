@@ -207,8 +207,10 @@ void AppDelegate::clickRefreshbtn(bool fromButton) {
     if (!fromButton || state == 7) refreshPrinter();
     onMainThread([this] { window_->printerScreen->reloadPrinters(arrSaveAgentList); });
     settingGetPrinterInfo();
-    dicUpdateInfo = PropertyValue::dictionary({{"Command", "GetPolling"}});
-    connectDistributedNotificatiion();
+    onMainThread([this] {
+        dicUpdateInfo = PropertyValue::dictionary({{"Command", "GetPolling"}});
+        connectDistributedNotificatiion();
+    });
     showRefreshWindow("STOP", false);
 }
 

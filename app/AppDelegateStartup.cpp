@@ -232,9 +232,9 @@ bool AppDelegate::checkPrinterRegistration() {
         window_->settingScreen->registrationCheckBox()->setChecked(false);
         window_->settingScreen->modelField()->clear();
         ManagedPrinterRegistrationBtn();
+        dicUpdateInfo = PropertyValue::dictionary({{"Command", "StopPolling"}});
+        connectDistributedNotificatiion();
     });
-    dicUpdateInfo = PropertyValue::dictionary({{"Command", "StopPolling"}});
-    connectDistributedNotificatiion();
     return false;
 }
 

@@ -7,6 +7,7 @@
 #include <QPushButton>
 #include <QToolButton>
 
+#include <ostream>
 #include <thread>
 
 #include "AboutSheet.h"
@@ -50,6 +51,10 @@ struct TargetCase {
     const char* phone;
     PropertyValue sendInfo;
 };
+
+void PrintTo(const TargetCase& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class RecordTarget : public ::testing::TestWithParam<TargetCase> {};
 

@@ -7,6 +7,7 @@
 #include <climits>
 #include <filesystem>
 #include <fstream>
+#include <ostream>
 
 #include "AppHarness.h"
 #include "MainWindow.h"
@@ -110,6 +111,10 @@ struct PrintLaunch {
     bool nextEnabled;
     bool popupTicked;
 };
+
+void PrintTo(const PrintLaunch& c, std::ostream* os) {
+    *os << c.name;
+}
 
 class PrintLaunchWindow : public ::testing::TestWithParam<PrintLaunch> {};
 

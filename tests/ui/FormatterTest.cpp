@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
+
 #include <QComboBox>
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
+#include <ostream>
 
 #include "NBXCodeFormatter.h"
 #include "NBXNotificationCenter.h"
@@ -51,6 +53,10 @@ struct PartialCase {
     bool accepted;
 };
 
+void PrintTo(const PartialCase& c, std::ostream* os) {
+    *os << '"' << c.partial.toStdString() << '"';
+}
+
 class CodeFormatterPartial : public ::testing::TestWithParam<PartialCase> {};
 
 TEST_P(CodeFormatterPartial, AcceptsOnlyDigitsUpToTheLimit) {
@@ -84,6 +90,10 @@ struct ValueCase {
     QString value;
     bool condition;  // the send button's condition, or the plain button's state
 };
+
+void PrintTo(const ValueCase& c, std::ostream* os) {
+    *os << '"' << c.typed.toStdString() << '"';
+}
 
 class CodeFormatterValue : public ::testing::TestWithParam<ValueCase> {};
 

@@ -68,7 +68,8 @@ MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
     alertSheet = new AlertSheet(tr, this);
     setCentralWidget(buildCentral(tr));
     buildToolbar(tr);
-    printerScreen = new PrinterScreen(tr, countryTable);
+    countryModel_ = PhoneEntry::makeCountryModel(tr, countryTable, this);
+    printerScreen = new PrinterScreen(tr, countryTable, countryModel_);
     settingScreen = new SettingScreen(tr);
     buildWizardScreens(tr, countryTable);
     for (QWidget* screen : std::initializer_list<QWidget*>{
@@ -80,7 +81,7 @@ MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
     renameSheet = new RenameSheet(tr, this);
     unlinkSheet = new UnlinkSheet(tr, this);
     printLaterSheet = new PrintLaterSheet(tr, this);
-    profilePhoneSheet = new ProfilePhoneSheet(tr, countryTable, this);
+    profilePhoneSheet = new ProfilePhoneSheet(tr, countryTable, countryModel_, this);
     refreshView = new NBXRefreshView(centralWidget());
 }
 
@@ -155,7 +156,7 @@ void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& co
     auto* certification = new NBXSendButton(tr("Certification"));
     auto* authEntry = new QWidget;
     auto* authLayout = new QHBoxLayout(authEntry);
-    authPhoneEntry = new PhoneEntry(tr, countryTable, certification);
+    authPhoneEntry = new PhoneEntry(tr, countryTable, countryModel_, certification);
     authLayout->addWidget(authPhoneEntry, 1);
     authLayout->addWidget(certification);
     authScreen->addBody(authEntry);

@@ -5,6 +5,7 @@
 #include "Localizer.h"
 #include "PropertyValue.h"
 
+class QAbstractItemModel;
 class QAction;
 class QActionGroup;
 class QPushButton;
@@ -93,6 +94,7 @@ private:
     void buildWizardScreens(const Localizer& tr, const PropertyValue& countryTable);
     QWidget* buildCentral(const Localizer& tr);
 
+    QAbstractItemModel* countryModel_ = nullptr;
     QStackedWidget* activeArea_ = nullptr;
     QWidget* titleBar_ = nullptr;
     QWidget* wizardBar_ = nullptr;

@@ -3,6 +3,7 @@
 #include <QComboBox>
 #include <QHBoxLayout>
 #include <QLineEdit>
+#include <QStandardItemModel>
 
 #include "NBXCodeFormatter.h"
 #include "NBXImages.h"
@@ -17,13 +18,14 @@ QString text(const PropertyValue& entry, const char* key) {
 }  // namespace
 
 PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
-                       NBXSendButton* sendButton, QWidget* parent)
+                       QAbstractItemModel* countryModel, NBXSendButton* sendButton, QWidget* parent)
     : QWidget(parent),
       countries_(countryTable),
       popup_(new QComboBox),
       code_(new QLineEdit),
       phone_(new QLineEdit) {
-    fillPopup(tr);
+    popup_->setModel(countryModel);
+    popup_->setCurrentIndex(-1);
     code_->setPlaceholderText("+");
     code_->setMaximumWidth(70);
     popup_->setMinimumWidth(170);
@@ -43,15 +45,19 @@ PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
     layout->addWidget(phone_, 3);
 }
 
-void PhoneEntry::fillPopup(const Localizer& tr) {
-    for (std::size_t i = 0; i < countries_.size(); ++i) {
-        const PropertyValue& entry = countries_.at(i);
+QAbstractItemModel* PhoneEntry::makeCountryModel(const Localizer& tr,
+                                                 const PropertyValue& countryTable,
+                                                 QObject* parent) {
+    auto* model = new QStandardItemModel(parent);
+    for (std::size_t i = 0; i < countryTable.size(); ++i) {
+        const PropertyValue& entry = countryTable.at(i);
         QString flag = text(entry, "Flag");
         if (flag.isEmpty()) flag = text(entry, "Locale_alpha2");
-        popup_->addItem(NBXImages::flag(flag), QStringLiteral("%1 (%2)").arg(
-                                                   tr(text(entry, "Name")), text(entry, "Code")));
+        model->appendRow(new QStandardItem(
+            NBXImages::flag(flag),
+            QStringLiteral("%1 (%2)").arg(tr(text(entry, "Name")), text(entry, "Code"))));
     }
-    popup_->setCurrentIndex(-1);
+    return model;
 }
 
 void PhoneEntry::selectRegion(const QString& region) {

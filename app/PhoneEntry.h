@@ -5,6 +5,7 @@
 #include "Localizer.h"
 #include "PropertyValue.h"
 
+class QAbstractItemModel;
 class QComboBox;
 class QLineEdit;
 
@@ -18,8 +19,14 @@ class NBXSendButton;
 class PhoneEntry : public QWidget {
     Q_OBJECT
 public:
-    PhoneEntry(const Localizer& tr, const PropertyValue& countryTable, NBXSendButton* sendButton,
+    // The popup shows `countryModel`, which may be shared between entries (it is made once).
+    PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
+               QAbstractItemModel* countryModel, NBXSendButton* sendButton,
                QWidget* parent = nullptr);
+
+    // One "%@ (%@)" row with its flag per country, in the table's order.
+    static QAbstractItemModel* makeCountryModel(const Localizer& tr,
+                                                const PropertyValue& countryTable, QObject* parent);
 
     QComboBox* countryPopup() const { return popup_; }
     QLineEdit* codeField() const { return code_; }
@@ -28,8 +35,6 @@ public:
     void selectRegion(const QString& region);
 
 private:
-    void fillPopup(const Localizer& tr);
-
     PropertyValue countries_;
     QComboBox* popup_;
     QLineEdit* code_;

@@ -19,12 +19,12 @@ QString text(const PropertyValue& record, const char* key) {
 }  // namespace
 
 PrinterScreen::PrinterScreen(const Localizer& tr, const PropertyValue& countryTable,
-                             QWidget* parent)
+                             QAbstractItemModel* countryModel, QWidget* parent)
     : QWidget(parent),
       tr_(tr),
       printers_(new QListWidget),
       friends_(new QListWidget),
-      friendEntry_(new PhoneEntry(tr, countryTable, nullptr)),
+      friendEntry_(new PhoneEntry(tr, countryTable, countryModel, nullptr)),
       popupCheck_(new QCheckBox(tr("Don't show again. Always use recent printer."))),
       cancel_(new QPushButton(tr("Cancel"))),
       next_(new QPushButton(tr("Print Job"))) {

@@ -5,6 +5,7 @@
 #include "Localizer.h"
 #include "PropertyValue.h"
 
+class QAbstractItemModel;
 class QCheckBox;
 class QLabel;
 class QListWidget;
@@ -21,7 +22,7 @@ class PrinterScreen : public QWidget {
     Q_OBJECT
 public:
     PrinterScreen(const Localizer& tr, const PropertyValue& countryTable,
-                  QWidget* parent = nullptr);
+                  QAbstractItemModel* countryModel, QWidget* parent = nullptr);
 
     // Shows the saved agent list, marker rows included.
     void reloadPrinters(const PropertyValue& agentList);

@@ -13,10 +13,10 @@
 namespace nbx {
 
 ProfilePhoneSheet::ProfilePhoneSheet(const Localizer& tr, const PropertyValue& countryTable,
-                                     QWidget* parent)
+                                     QAbstractItemModel* countryModel, QWidget* parent)
     : Sheet(parent, tr("Register your phone number")),
       certification_(new NBXSendButton(tr("Certification"))),
-      phone_(new PhoneEntry(tr, countryTable, certification_)),
+      phone_(new PhoneEntry(tr, countryTable, countryModel, certification_)),
       certificate_(new QLineEdit),
       countdown_(new QLabel),
       expired_(new QLabel(tr("Certificate expired. New request is needed."))) {

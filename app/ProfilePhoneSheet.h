@@ -4,6 +4,7 @@
 #include "PropertyValue.h"
 #include "Sheet.h"
 
+class QAbstractItemModel;
 class QLineEdit;
 
 namespace nbx {
@@ -15,7 +16,8 @@ class PhoneEntry;
 class ProfilePhoneSheet : public Sheet {
     Q_OBJECT
 public:
-    ProfilePhoneSheet(const Localizer& tr, const PropertyValue& countryTable, QWidget* parent);
+    ProfilePhoneSheet(const Localizer& tr, const PropertyValue& countryTable,
+                      QAbstractItemModel* countryModel, QWidget* parent);
 
     // "m:ss" as the countdown shows it.
     static QString countdownText(int secondsLeft);

@@ -1,0 +1,105 @@
+// Time from process start to the main window's first paint: the agent against a bare Qt Widgets
+// program, in the same run. The "ratio" counter is agent time over bare time (medians).
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+extern char** environ;
+
+namespace {
+
+const std::string kAgent = NBX_BIN_DIR "/nimbrix-agent";
+const std::string kBare = NBX_BIN_DIR "/bench-bare-window";
+
+// A throw-away home, no reachable print scheduler, offscreen unless a display is there.
+void prepareEnvironment() {
+    static bool done = false;
+    if (done) return;
+    done = true;
+    std::string home = (std::filesystem::temp_directory_path() / "nbx-bench-XXXXXX").string();
+    if (mkdtemp(home.data())) setenv("HOME", home.c_str(), 1);
+    setenv("CUPS_SERVER", "127.0.0.1:9", 1);
+    if (!std::getenv("DISPLAY") && !std::getenv("WAYLAND_DISPLAY")) {
+        setenv("QT_QPA_PLATFORM", "offscreen", 0);
+    }
+}
+
+// Seconds from spawn to exit, or a negative value when the program failed.
+double runOnce(const std::string& program) {
+    std::vector<char*> argv = {const_cast<char*>(program.c_str()),
+                               const_cast<char*>("--quit-after-show"), nullptr};
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
+    const auto start = std::chrono::steady_clock::now();
+    pid_t pid = -1;
+    const int spawned = posix_spawn(&pid, program.c_str(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (spawned != 0) return -1;
+    int status = 0;
+    waitpid(pid, &status, 0);
+    const double seconds =
+        std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? seconds : -1;
+}
+
+double median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void BM_StartupToFirstPaint(benchmark::State& state, const std::string& program) {
+    prepareEnvironment();
+    for (auto _ : state) {
+        const double seconds = runOnce(program);
+        if (seconds < 0) {
+            state.SkipWithError(("cannot run " + program).c_str());
+            return;
+        }
+        state.SetIterationTime(seconds);
+    }
+}
+
+// Alternates the two programs so both see the same machine load.
+void BM_AgentOverBareRatio(benchmark::State& state) {
+    prepareEnvironment();
+    std::vector<double> agent;
+    std::vector<double> bare;
+    for (auto _ : state) {
+        const double a = runOnce(kAgent);
+        const double b = runOnce(kBare);
+        if (a < 0 || b < 0) {
+            state.SkipWithError("cannot run the programs");
+            return;
+        }
+        agent.push_back(a);
+        bare.push_back(b);
+        state.SetIterationTime(a);
+    }
+    state.counters["agent_ms"] = median(agent) * 1000;
+    state.counters["bare_ms"] = median(bare) * 1000;
+    state.counters["ratio"] = median(agent) / median(bare);
+}
+
+BENCHMARK_CAPTURE(BM_StartupToFirstPaint, agent, kAgent)
+    ->UseManualTime()
+    ->Iterations(10)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_StartupToFirstPaint, bare, kBare)
+    ->UseManualTime()
+    ->Iterations(10)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_AgentOverBareRatio)->UseManualTime()->Iterations(15)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+BENCHMARK_MAIN();

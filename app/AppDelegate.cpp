@@ -30,6 +30,10 @@ void AppDelegate::onMainThread(std::function<void()> work) {
         work();
         return;
     }
+    laterOnMainThread(std::move(work));
+}
+
+void AppDelegate::laterOnMainThread(std::function<void()> work) {
     QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
 }
 

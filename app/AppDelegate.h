@@ -33,6 +33,8 @@ public:
 
     // The one way other threads reach widgets, alerts and state: queued onto the main thread.
     void onMainThread(std::function<void()> work);
+    // Queues work for the main thread's next turn, even when called from it.
+    void laterOnMainThread(std::function<void()> work);
     // Runs work on a one-shot detached thread; the controller outlives every such thread.
     void detachNewThread(std::function<void()> work);
     // Blocks until every worker started by detachNewThread has ended.

@@ -74,9 +74,8 @@ void AppDelegate::closeAlertWindow() {
 }
 
 void AppDelegate::showOnlyAlertMSG(const std::string& messageKey) {
-    QMetaObject::invokeMethod(
-        this, [this, messageKey] { NBXConnectManger::runAlertMSG(messageKey, alertContext()); },
-        Qt::QueuedConnection);
+    laterOnMainThread(
+        [this, messageKey] { NBXConnectManger::runAlertMSG(messageKey, alertContext()); });
 }
 
 }  // namespace nbx

@@ -72,17 +72,22 @@ MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
     printerScreen = new PrinterScreen(tr, countryTable, countryModel_);
     settingScreen = new SettingScreen(tr);
     buildWizardScreens(tr, countryTable);
-    for (QWidget* screen : std::initializer_list<QWidget*>{
-             authScreen, addPrinterScreen, sharingPrinterScreen, registrationEnableScreen,
-             registrationScreen, guideScreen, printerScreen, settingScreen}) {
-        activeArea_->addWidget(screen);
-    }
+    // Screens join the active area when first shown: polishing hidden ones would slow start-up.
+    screens_ = {
+        authScreen,         addPrinterScreen, sharingPrinterScreen, registrationEnableScreen,
+        registrationScreen, guideScreen,      printerScreen,        settingScreen};
     informationSheet = new InformationSheet(tr, this);
     renameSheet = new RenameSheet(tr, this);
     unlinkSheet = new UnlinkSheet(tr, this);
     printLaterSheet = new PrintLaterSheet(tr, this);
     profilePhoneSheet = new ProfilePhoneSheet(tr, countryTable, countryModel_, this);
     refreshView = new NBXRefreshView(centralWidget());
+}
+
+MainWindow::~MainWindow() {
+    for (const QPointer<QWidget>& screen : screens_) {
+        if (screen && !screen->parent()) delete screen;
+    }
 }
 
 void MainWindow::buildMenu(const Localizer& tr) {
@@ -184,6 +189,7 @@ void MainWindow::selectDefaultCountry(const QString& region) {
 }
 
 void MainWindow::showScreen(QWidget* screen) {
+    if (activeArea_->indexOf(screen) < 0) activeArea_->addWidget(screen);
     activeArea_->setCurrentWidget(screen);
 }
 QWidget* MainWindow::currentScreen() const {

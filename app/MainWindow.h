@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QPointer>
+#include <vector>
 
 #include "Localizer.h"
 #include "PropertyValue.h"
@@ -36,6 +38,7 @@ class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
     MainWindow(const Localizer& tr, const PropertyValue& countryTable, const AboutInfo& about);
+    ~MainWindow() override;
 
     // Puts a screen into the active area.
     void showScreen(QWidget* screen);
@@ -95,6 +98,7 @@ private:
     QWidget* buildCentral(const Localizer& tr);
 
     QAbstractItemModel* countryModel_ = nullptr;
+    std::vector<QPointer<QWidget>> screens_;
     QStackedWidget* activeArea_ = nullptr;
     QWidget* titleBar_ = nullptr;
     QWidget* wizardBar_ = nullptr;

@@ -35,7 +35,7 @@ void CIButton::applyColor(const QColor& color) {
     QPalette p = palette();
     p.setColor(QPalette::ButtonText, color);
     setPalette(p);
-    setStyleSheet(QStringLiteral("QPushButton{border:none;background:transparent;color:%1;"
+    setStyleSheet(QStringLiteral("QPushButton{border:none;background:transparent;color:%1;padding:0px;"
                                  "text-decoration:underline;text-align:left;}")
                       .arg(color.name()));
 }

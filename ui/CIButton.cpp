@@ -35,9 +35,10 @@ void CIButton::applyColor(const QColor& color) {
     QPalette p = palette();
     p.setColor(QPalette::ButtonText, color);
     setPalette(p);
-    setStyleSheet(QStringLiteral("QPushButton{border:none;background:transparent;color:%1;padding:0px;"
-                                 "text-decoration:underline;text-align:left;}")
-                      .arg(color.name()));
+    setStyleSheet(
+        QStringLiteral("QPushButton{border:none;background:transparent;color:%1;padding:0px;"
+                       "text-decoration:underline;text-align:left;}")
+            .arg(color.name()));
 }
 
 }  // namespace nbx

@@ -22,6 +22,8 @@ AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
     : QObject(parent), platform_(std::move(platform)) {}
 
 AppDelegate::~AppDelegate() {
+    stopTimer();
+    if (threadTimer.joinable()) threadTimer.join();
     waitForWorkers();
 }
 
@@ -99,6 +101,7 @@ void AppDelegate::connectWindow() {
             &AppDelegate::clickPrinterLaterOKBtn);
     connect(w->settingScreen->moreInfoLink(), &QPushButton::clicked, this,
             &AppDelegate::clickMoreInfo);
+    connectRegistration();
 }
 
 }  // namespace nbx

@@ -10,6 +10,7 @@
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "AppPlatform.h"
@@ -86,6 +87,22 @@ public:
     void showOnlyAlertMSG(const std::string& messageKey);
     NBXConnectManger::Context alertContext();
 
+    // --- phone registration (AppDelegateRegistration.cpp)
+    void sortCountryDic();
+    void logDefaultCountry();
+    void clickContryFlag(int index);
+    void clickGetCertificate();
+    void getCerNoAction(const std::string& code, const std::string& phone);
+    void sendRequestPin(const std::string& code, const std::string& phone);
+    void startTimer();
+    void stopTimer();
+    void makeAuthInfoAction();
+    bool verifCode(const std::string& code, const std::string& PhoneNumber);
+    void requestToBindVA();
+    // Minutes and seconds: "%d:%d", or "%d:0%d" below ten seconds.
+    static QString countdownText(int seconds);
+    bool countdownRunning() const { return timerRunning_; }
+
     // --- links, helper applications and small sheets (AppDelegateLinks.cpp)
     void clickWebLink();
     void clickMoreInfo();
@@ -135,12 +152,22 @@ public:
     PropertyValue arrSaveAgentList = PropertyValue::array();
     std::optional<std::vector<std::string>> arrGetuserInfo;
     PropertyValue arrCountyCode = PropertyValue::array();
+    std::atomic<int> nTimePix = 1800;
+    std::atomic<int> nTimeValue = 0;
+    std::atomic<bool> bActiveTimer = false;
+    std::atomic<bool> bSendSMS = false;
     bool isSendPostNotification = false;
     bool isObserverExist = false;
 
 private:
     void log(const std::string& line) const;
     void connectWindow();
+    void connectRegistration();
+    void showPinRequestEnded(bool requested);
+    void showCountdown(int seconds);
+    void countdownExpired();
+    void finishAuthInfo(bool verified, bool stored, bool queuePresent);
+    NBXConnectManger::Context postingAlertContext();
 
     struct Workers {
         std::mutex mutex;
@@ -154,6 +181,11 @@ private:
     std::optional<NBXLogger> logger;
     PropertyValue bundleInfo;
     std::unique_ptr<MainWindow> window_;
+    // The countdown thread; timerMutex_ orders its start against its decision to end.
+    std::mutex timerMutex_;
+    std::condition_variable timerWake_;
+    std::thread threadTimer;
+    std::atomic<bool> timerRunning_ = false;
 };
 
 }  // namespace nbx

@@ -71,6 +71,9 @@ void AppDelegate::actionClickToolbar(const QString& tab) {
 
 void AppDelegate::nextAction() {
     switch (nCrtFunctionNum) {
+        case 1:
+            makeAuthInfoAction();
+            return;
         case 2:
             if (!NBXPrinterQManger::makePrinterQ()) {
                 showOnlyAlertMSG("Adding Printer in System Preferences is failed.");

@@ -42,6 +42,8 @@ void AppDelegate::initCommonValue() {
     dicGetAgentQuantity = dicRegistSelectPrint = PropertyValue();
     bAfterCapabilityCheck = bCapabilityCheckCompleted = false;
     isSendPostNotification = isObserverExist = false;
+    nTimePix = platform_.pinValiditySeconds;
+    bSendSMS = false;
     nCrtFunctionNum = 1;
     logger.emplace("NBXSetting");
 
@@ -82,8 +84,10 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
         localized("AboutContact"),
         localized("AboutSite"),
         QString::fromStdString(bundleInfo["AboutSite"].string().value_or(""))};
+    sortCountryDic();
     window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode, about);
     window_->selectDefaultCountry(QString::fromStdString(sSystemRegion));
+    logDefaultCountry();
     window_->printerScreen->popupCheckBox()->hide();
     window_->printerScreen->nextButton()->hide();
     window_->printerScreen->cancelButton()->hide();

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -16,6 +17,9 @@ struct AppPlatform {
     std::function<void()> quit;
     // Starts a one-shot worker; a plain detached thread when empty.
     std::function<void(std::function<void()>)> detach;
+    // How long a PIN stays valid, in countdown ticks, and one tick; only tests shorten them.
+    int pinValiditySeconds = 1800;
+    std::chrono::milliseconds countdownTick{1000};
 };
 
 }  // namespace nbx

@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QMenuBar>
+#include <QProgressBar>
 #include <QPushButton>
 #include <QStackedWidget>
 #include <QToolBar>
@@ -20,6 +21,7 @@
 #include "NBXSendButton.h"
 #include "NBXTitleImageView.h"
 #include "PhoneEntry.h"
+#include "PinEntry.h"
 #include "PrintLaterSheet.h"
 #include "PrinterScreen.h"
 #include "ProfilePhoneSheet.h"
@@ -158,13 +160,17 @@ void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& co
     authScreen = new WizardScreen("icon_profile01", tr("Register your phone number"),
                                   tr("Please, Enter the sender information, the recipient can view "
                                      "the information of the sender"));
-    auto* certification = new NBXSendButton(tr("Certification"));
+    authCertButton = new NBXSendButton(tr("Certification"));
+    authCertButton->setToolTip(tr("Authentication Request Push Cert Tooltip"));
+    authPinEntry = new PinEntry(tr);
     auto* authEntry = new QWidget;
     auto* authLayout = new QHBoxLayout(authEntry);
-    authPhoneEntry = new PhoneEntry(tr, countryTable, countryModel_, certification);
+    authPhoneEntry = new PhoneEntry(tr, countryTable, countryModel_, authCertButton);
     authLayout->addWidget(authPhoneEntry, 1);
-    authLayout->addWidget(certification);
+    authLayout->addWidget(authCertButton);
+    authLayout->addWidget(authPinEntry->certificateProgress());
     authScreen->addBody(authEntry);
+    authScreen->addBody(authPinEntry);
     addPrinterScreen =
         new WizardScreen("icon_printer", tr("Adding Nimbrix"), tr("localKey_MSG_PrinterQ"));
     sharingPrinterScreen = new WizardScreen(

@@ -21,7 +21,9 @@ class AlertSheet;
 class InformationSheet;
 class NBXRefreshView;
 class NBXTitleImageView;
+class NBXSendButton;
 class PhoneEntry;
+class PinEntry;
 class PrintLaterSheet;
 class PrinterScreen;
 class ProfilePhoneSheet;
@@ -75,6 +77,8 @@ public:
     WizardScreen* registrationScreen = nullptr;
     WizardScreen* guideScreen = nullptr;
     PhoneEntry* authPhoneEntry = nullptr;
+    NBXSendButton* authCertButton = nullptr;
+    PinEntry* authPinEntry = nullptr;
     PrinterScreen* printerScreen = nullptr;
     SettingScreen* settingScreen = nullptr;
     InformationSheet* informationSheet = nullptr;

@@ -1,10 +1,15 @@
 #include "NBXConnectManger.h"
 
+#include <algorithm>
 #include <array>
+#include <climits>
+#include <cstdlib>
 #include <initializer_list>
+#include <memory>
 #include <utility>
 
 #include "LangController.h"
+#include "NBXCloudInterface.h"
 #include "NBXLogger.h"
 #include "NBXUtility.h"
 #include "PropertyListFile.h"
@@ -41,7 +46,104 @@ const std::array<CodeRow, 10> kCodeTable = {{
 
 const char* const kUnknownKey = "Unknown cloud server error.";
 
+std::unique_ptr<NBXCloudInterface> freshInterface() {
+    return NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
+        PropertyValue::dictionary({{"Debug", true}}), nullptr, nullptr);
+}
+
+bool succeeded(bool performed, const PropertyValue& answer) {
+    return performed && answer["success"].isTrue();
+}
+
+// The service's refusal gets its own message; a call that never got an answer reads as a
+// connection failure.
+std::string failureMessage(bool ok, const PropertyValue& answer, const PropertyValue& error,
+                           const char* refusal) {
+    if (ok) return "";
+    if (!answer["errorCode"].isNull()) return refusal;
+    return error["errorCode"].isNull() ? "" : "Connection failed.";
+}
+
 }  // namespace
+
+void NBXConnectManger::postAlertMSG(const std::string& messageKey, const Context& context) {
+    if (messageKey.empty()) return;
+    if (!context.post) return runAlertMSG(messageKey, context);
+    context.post([context, messageKey] { runAlertMSG(messageKey, context); });
+}
+
+void NBXConnectManger::postAlertPanel(const std::string& code, const Context& context) {
+    if (!context.post) return runAlertPanel(code, context);
+    context.post([context, code] { runAlertPanel(code, context); });
+}
+
+std::string NBXConnectManger::removeLeadingZeros(std::string text) {
+    const auto firstNonZero = text.find_first_not_of('0');
+    return firstNonZero == std::string::npos ? "" : text.substr(firstNonZero);
+}
+
+std::string NBXConnectManger::pinText(const std::string& pin) {
+    const long long value = std::strtoll(pin.c_str(), nullptr, 10);
+    return std::to_string(std::clamp<long long>(value, INT_MIN, INT_MAX));
+}
+
+bool NBXConnectManger::requestPINCode(const PropertyValue& info, bool defaultSend,
+                                      const Context& context) {
+    const auto cloud = freshInterface();
+    if (!cloud) {
+        postAlertMSG("Connection failed.", context);
+        return false;
+    }
+    PropertyValue request = PropertyValue::dictionary();
+    for (const auto& [from, to] :
+         {std::pair{"Code", "countryCode"}, {"PhoneNumber", "identifier"}}) {
+        if (!info[from].string().value_or("").empty()) request.set(to, info[from]);
+    }
+    request.set("messageType", defaultSend ? "sms" : "push");
+    PropertyValue answer, error;
+    const bool ok =
+        succeeded(cloud->requestAuthenticationByPushMessage(request, &answer, &error), answer);
+    postAlertMSG(failureMessage(ok, answer, error, "Authentication failed."), context);
+    return ok;
+}
+
+bool NBXConnectManger::sendInfoToServerWithPhone(const std::string& phone,
+                                                 const std::string& WithCode,
+                                                 const Context& context) {
+    const auto cloud = freshInterface();
+    if (!cloud) {
+        postAlertPanel("1002", context);
+        return false;
+    }
+    PropertyValue request = PropertyValue::dictionary();
+    if (!phone.empty()) request.set("identifier", phone);
+    if (!WithCode.empty()) request.set("countryCode", WithCode);
+    PropertyValue answer, error;
+    if (succeeded(cloud->requestAuthentication(request, &answer, &error), answer)) return true;
+    const PropertyValue& code =
+        answer["errorCode"].isNull() ? error["errorCode"] : answer["errorCode"];
+    postAlertPanel(codeText(code), context);
+    return false;
+}
+
+bool NBXConnectManger::sendPinToServerWithPhone(const std::string& phone,
+                                                const std::string& WithCode,
+                                                const std::string& WithPin,
+                                                const Context& context) {
+    const auto cloud = freshInterface();
+    if (!cloud) {
+        postAlertMSG("Connection failed.", context);
+        return false;
+    }
+    const PropertyValue request =
+        PropertyValue::dictionary({{"countryCode", WithCode},
+                                   {"senderPhoneNumber", removeLeadingZeros(phone)},
+                                   {"pinCode", pinText(WithPin)}});
+    PropertyValue answer, error;
+    const bool ok = succeeded(cloud->validateIdentifier(request, &answer, &error), answer);
+    postAlertMSG(failureMessage(ok, answer, error, "Incorrect PIN."), context);
+    return ok;
+}
 
 std::string NBXConnectManger::codeText(const PropertyValue& code) {
     if (auto text = code.string()) return *text;

@@ -15,7 +15,7 @@ QString themeName(const QString& key) {
         {"icon_my-cloud-box", "folder-cloud"}, {"btn_add_normal", "list-add"},
         {"icon_info", "dialog-information"},   {"icon_rename", "document-edit"},
         {"icon_unlink", "edit-delete"},        {"icon_refresh", "view-refresh"},
-        {"icon_about", "help-about"},
+        {"icon_about", "help-about"},          {"clock_25x25", "appointment-soon"},
     };
     return names.value(key);
 }

@@ -33,7 +33,7 @@ PinEntry::PinEntry(const Localizer& tr, QWidget* parent)
       certificateProgress_(busyIndicator()),
       nextProgress_(busyIndicator()) {
     pin_->setPlaceholderText(tr("The certificate number"));
-    pin_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,6}"), pin_));
+    pin_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,8}"), pin_));
     pin_->setEnabled(false);
     sms_->setToolTip(tr("Authentication Request SMS Cert Tooltip"));
     countdown_->setObjectName("hint");

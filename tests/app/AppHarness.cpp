@@ -37,8 +37,13 @@ AppHarness::~AppHarness() {
 }
 
 AppDelegate& AppHarness::launch(QStringList arguments) {
-    AppPlatform platform{alerts, urls, [this] { ++quits; },
-                         [this](std::function<void()> work) { workers.push_back(work); }};
+    AppPlatform platform{alerts,
+                         urls,
+                         [this] { ++quits; },
+                         [this](std::function<void()> work) { workers.push_back(work); },
+                         pinValiditySeconds,
+                         countdownTick};
+    if (realThreads) platform.detach = nullptr;
     delegate_ = std::make_unique<AppDelegate>(std::move(platform));
     arguments.prepend("nimbrix-agent");
     delegate_->applicationDidFinishLaunching(arguments);
@@ -51,6 +56,21 @@ void AppHarness::runWorkers() {
     for (auto& work : pending)
         std::thread(work).join();
     drainEvents();
+}
+
+void AppHarness::runAllWorkers() {
+    while (!workers.empty())
+        runWorkers();
+}
+
+bool AppHarness::waitFor(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
+    const auto deadline = std::chrono::steady_clock::now() + limit;
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
 }
 
 void AppHarness::drainEvents() {

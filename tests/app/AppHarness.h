@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <deque>
 #include <memory>
 #include <string>
@@ -39,6 +40,11 @@ public:
     // work they handed over.
     void runWorkers();
     static void drainEvents();
+    // Runs held workers, and those they start, until none is left.
+    void runAllWorkers();
+    // Processes main-thread events until the condition holds or the time is up.
+    static bool waitFor(const std::function<bool()>& condition,
+                        std::chrono::milliseconds limit = std::chrono::seconds(20));
 
     std::string userFile(const std::string& name) const;
     void signIn(const std::string& code, const std::string& phone) const;
@@ -57,6 +63,11 @@ public:
     std::shared_ptr<RecordingAlerts> alerts = std::make_shared<RecordingAlerts>();
     std::shared_ptr<RecordingUrls> urls = std::make_shared<RecordingUrls>();
     int quits = 0;
+    // Read by launch(): workers on real detached threads instead of held ones, and the PIN
+    // countdown.
+    bool realThreads = false;
+    int pinValiditySeconds = 1800;
+    std::chrono::milliseconds countdownTick{1000};
     std::vector<std::function<void()>> workers;
 
 private:

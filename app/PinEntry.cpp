@@ -35,15 +35,17 @@ PinEntry::PinEntry(const Localizer& tr, QWidget* parent)
     pin_->setPlaceholderText(tr("The certificate number"));
     pin_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,8}"), pin_));
     pin_->setEnabled(false);
+    pin_->setMaximumWidth(220);
     sms_->setToolTip(tr("Authentication Request SMS Cert Tooltip"));
     countdown_->setObjectName("hint");
     setCountdownVisible(false);
 
     auto* pinRow = new QHBoxLayout;
-    pinRow->addWidget(pin_, 1);
+    pinRow->addWidget(pin_);
     pinRow->addWidget(clock_);
     pinRow->addWidget(countdown_);
     pinRow->addWidget(nextProgress_);
+    pinRow->addStretch();
     auto* layout = new QVBoxLayout(this);
     layout->setContentsMargins(0, 0, 0, 0);
     layout->addLayout(pinRow);

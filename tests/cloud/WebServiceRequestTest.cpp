@@ -120,8 +120,9 @@ TEST_F(WebServiceRequestTest, MethodsBodiesAndHeadersArriveAsSet) {
         EXPECT_EQ(arrival.method, c.method);
         EXPECT_EQ(arrival.body, c.body.value_or(""));
         EXPECT_EQ(arrival.headers.count("Content-Type"), c.expectedContentType ? 1u : 0u);
-        if (c.expectedContentType)
+        if (c.expectedContentType) {
             EXPECT_EQ(arrival.headers.find("Content-Type")->second, c.expectedContentType);
+        }
         EXPECT_EQ(arrival.headers.find("appID")->second, "kept");
         EXPECT_EQ(arrival.headers.count("countryCode"), 0u);
         EXPECT_EQ(arrival.headers.count("accessToken"), 0u);

@@ -22,9 +22,10 @@ AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
     : QObject(parent), platform_(std::move(platform)) {}
 
 AppDelegate::~AppDelegate() {
+    // Workers first: one of them may still start the countdown.
+    waitForWorkers();
     stopTimer();
     if (threadTimer.joinable()) threadTimer.join();
-    waitForWorkers();
 }
 
 void AppDelegate::onMainThread(std::function<void()> work) {

@@ -55,12 +55,13 @@ bool succeeded(bool performed, const PropertyValue& answer) {
     return performed && answer["success"].isTrue();
 }
 
-// The service's refusal gets its own message; a call that never got an answer reads as a
-// connection failure.
+// The service's refusal, or input it would refuse, gets its own message; a call that never got
+// an answer reads as a connection failure.
 std::string failureMessage(bool ok, const PropertyValue& answer, const PropertyValue& error,
                            const char* refusal) {
     if (ok) return "";
     if (!answer["errorCode"].isNull()) return refusal;
+    if (error["errorCode"].integer() == NBXCloudInterface::kInputErrorCode) return refusal;
     return error["errorCode"].isNull() ? "" : "Connection failed.";
 }
 

@@ -271,6 +271,19 @@ INSTANTIATE_TEST_SUITE_P(Cases, RegistrationFailure,
                                            FailureCase{"LookupDownAtCheck", "44", Down::AtCheck,
                                                        nullptr, "Connection failed.", true}));
 
+// A number of zeros only is left out, so the request is refused before it leaves the agent.
+TEST(RequestPINCode, EmptyNumberIsRefusedHere) {
+    Cloud cloud;
+    ASSERT_TRUE(cloud.emulator.ok());
+    AppHarness h;
+    h.launch();
+    EXPECT_FALSE(NBXConnectManger::requestPINCode(
+        PropertyValue::dictionary({{"Code", "44"}, {"PhoneNumber", ""}}), false,
+        {*h.alerts, false, {}}));
+    EXPECT_EQ(alertTexts(h), std::vector<std::string>{"Authentication failed."});
+    EXPECT_TRUE(requestsTo(cloud.emulator, kPushPath).empty());
+}
+
 // The code table names the service's refusals of a phone.
 TEST(SendInfoToServer, RefusalsGoThroughTheCodeTable) {
     Cloud cloud;

@@ -11,7 +11,7 @@ NBX_TEST_PACKAGES=(
   clang-14 libclang-rt-14-dev libfuzzer-14-dev
   cups cups-client cups-filters dbus xvfb xauth
 )
-NBX_DEMO_PACKAGES=(xvfb xauth imagemagick x11-utils dbus-x11 adwaita-icon-theme fonts-dejavu-core)
+NBX_DEMO_PACKAGES=(cups cups-client cups-filters xvfb xauth imagemagick x11-utils dbus-x11 adwaita-icon-theme fonts-dejavu-core)
 
 nbx_install_packages() {
   local missing=()

@@ -202,6 +202,12 @@ TEST_P(Registration, StoresTheNormalisedIdentityAndMovesToAddPrinter) {
     ASSERT_TRUE(issued);
     typePinAndNext(h, d, "0" + *issued);
     EXPECT_TRUE(h.alerts->shown.empty()) << alertTexts(h).front();
+    const auto checks = requestsTo(cloud.emulator, "/nbx/v2/idmmgtsvc/user/verification");
+    ASSERT_EQ(checks.size(), 1u);
+    EXPECT_EQ(objectFromJSONData(checks[0]["body"].string().value_or(""))
+                  .value_or(nullptr)["pinCode"]
+                  .string(),
+              std::to_string(std::stoi(*issued)));
     const PropertyValue info = readPropertyListFile(h.userFile("MyInfo.plist")).value_or(nullptr);
     EXPECT_EQ(info,
               PropertyValue::dictionary({{"CountryCode", "44"}, {"PhoneNumber", "7700900123"}}));

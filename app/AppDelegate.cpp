@@ -95,6 +95,8 @@ void AppDelegate::connectWindow() {
     connect(w->printerScreen->cancelButton(), &QPushButton::clicked, this,
             &AppDelegate::cancelAction);
     connect(w->settingScreen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
+    connect(w->settingScreen->authenticateButton(), &QPushButton::clicked, this,
+            &AppDelegate::clickProfileAuthenticate);
     connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
     connect(w->aboutSheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
     connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);

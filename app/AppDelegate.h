@@ -67,6 +67,7 @@ public:
     void showRegistrationScreen();
     void showGuideScreen();
     void showGuideRegistrationEnableScreen();
+    void clickProfileAuthenticate();
     void showSetting();
     void actionClickToolbar(const QString& tab);
     void nextAction();

@@ -21,6 +21,15 @@ void AppDelegate::showAuthScreen() {
     window_->showScreen(window_->authScreen);
 }
 
+// Until the profile page has its own verification sheet, its button walks the registration
+// screen, which ends on the screen the start-up checks choose.
+void AppDelegate::clickProfileAuthenticate() {
+    window_->setToolbarVisible(false);
+    window_->setTitleViewVisible(true);
+    window_->setWizardButtonsVisible(true);
+    showAuthScreen();
+}
+
 void AppDelegate::showAddPrinterScreen() {
     nCrtFunctionNum = 2;
     window_->showScreen(window_->addPrinterScreen);

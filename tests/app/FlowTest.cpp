@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
+
 #include <QAction>
 #include <QCheckBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
+#include <QToolBar>
 #include <QToolButton>
 
 #include <ostream>
@@ -21,6 +23,7 @@
 #include "PrinterScreen.h"
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
+#include "SettingScreen.h"
 #include "UnlinkSheet.h"
 
 namespace nbx {
@@ -285,6 +288,18 @@ TEST(Screens, EachShowingOperationSetsItsState) {
     EXPECT_EQ(d.nCrtFunctionNum, 8);
     w->printerTab->trigger();
     EXPECT_EQ(d.nCrtFunctionNum, 7);
+}
+
+TEST(Screens, ProfileAuthenticateOpensTheRegistrationWizard) {
+    AppHarness h;
+    AppDelegate& d = h.launch();
+    MainWindow* w = d.window();
+    d.showSetting();
+    w->settingScreen->authenticateButton()->click();
+    EXPECT_EQ(d.nCrtFunctionNum, 1);
+    EXPECT_EQ(w->currentScreen(), (QWidget*)w->authScreen);
+    EXPECT_FALSE(w->toolbar->isVisibleTo(w));
+    EXPECT_TRUE(w->wizardNext->isVisibleTo(w));
 }
 
 TEST(Screens, PlusButtonTooltipFollowsTheLimit) {

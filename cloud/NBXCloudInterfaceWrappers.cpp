@@ -4,6 +4,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "LangController.h"
 #include "NBXCloudInterface.h"
 #include "PropertyListFile.h"
 
@@ -11,23 +12,8 @@ namespace nbx {
 
 namespace {
 
-// language_REGION from the process locale; the C locale counts as en_US.
-std::string processLocaleIdentifier() {
-    std::string locale;
-    for (const char* name : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
-        const char* value = std::getenv(name);
-        if (value && *value) {
-            locale = value;
-            break;
-        }
-    }
-    locale = locale.substr(0, locale.find_first_of(".@"));
-    if (locale.empty() || locale == "C" || locale == "POSIX") return "en_US";
-    return locale;
-}
-
 std::string preferredLanguage() {
-    const std::string locale = processLocaleIdentifier();
+    const std::string locale = LangController::processLocale();
     return locale.substr(0, locale.find('_'));
 }
 
@@ -67,7 +53,7 @@ std::optional<std::string> NBXCloudInterface::MacOSVersionString() {
 }
 
 std::string NBXCloudInterface::systemLocationString() {
-    return systemLocationString(processLocaleIdentifier());
+    return systemLocationString(LangController::processLocale());
 }
 
 std::string NBXCloudInterface::systemLocationString(std::string_view localeIdentifier) {

@@ -2,7 +2,10 @@
 
 #include <QComboBox>
 #include <QHBoxLayout>
+#include <QHash>
+#include <QIcon>
 #include <QLineEdit>
+#include <QListView>
 #include <QStandardItemModel>
 
 #include "NBXCodeFormatter.h"
@@ -12,9 +15,30 @@
 namespace nbx {
 
 namespace {
+
 QString text(const PropertyValue& entry, const char* key) {
     return QString::fromStdString(entry[key].string().value_or(""));
 }
+
+// Reading every flag picture up front costs a fifth of start-up, so each is read when its row is
+// first drawn.
+class CountryModel : public QStandardItemModel {
+public:
+    static constexpr int kFlagRole = Qt::UserRole + 1;
+    using QStandardItemModel::QStandardItemModel;
+
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (role != Qt::DecorationRole) return QStandardItemModel::data(index, role);
+        const QString flag = QStandardItemModel::data(index, kFlagRole).toString();
+        auto found = icons_.find(flag);
+        if (found == icons_.end()) found = icons_.insert(flag, NBXImages::flag(flag));
+        return *found;
+    }
+
+private:
+    mutable QHash<QString, QIcon> icons_;
+};
+
 }  // namespace
 
 PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
@@ -26,6 +50,10 @@ PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
       phone_(new QLineEdit) {
     popup_->setModel(countryModel);
     popup_->setCurrentIndex(-1);
+    // Sized from a fixed length, not by measuring (and drawing the flags of) every country.
+    popup_->setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
+    popup_->setMinimumContentsLength(18);
+    if (auto* list = qobject_cast<QListView*>(popup_->view())) list->setUniformItemSizes(true);
     code_->setPlaceholderText("+");
     code_->setMaximumWidth(70);
     popup_->setMinimumWidth(170);
@@ -48,14 +76,15 @@ PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
 QAbstractItemModel* PhoneEntry::makeCountryModel(const Localizer& tr,
                                                  const PropertyValue& countryTable,
                                                  QObject* parent) {
-    auto* model = new QStandardItemModel(parent);
+    auto* model = new CountryModel(parent);
     for (std::size_t i = 0; i < countryTable.size(); ++i) {
         const PropertyValue& entry = countryTable.at(i);
         QString flag = text(entry, "Flag");
         if (flag.isEmpty()) flag = text(entry, "Locale_alpha2");
-        model->appendRow(new QStandardItem(
-            NBXImages::flag(flag),
-            QStringLiteral("%1 (%2)").arg(tr(text(entry, "Name")), text(entry, "Code"))));
+        auto* item = new QStandardItem(
+            QStringLiteral("%1 (%2)").arg(tr(text(entry, "Name")), text(entry, "Code")));
+        item->setData(flag, CountryModel::kFlagRole);
+        model->appendRow(item);
     }
     return model;
 }

@@ -9,6 +9,7 @@
 #include <thread>
 
 #include "PropertyListFile.h"
+#include "ScopedEnv.h"
 #include "TempHome.h"
 
 namespace nbx {
@@ -18,11 +19,7 @@ namespace fs = std::filesystem;
 
 class LoggerTest : public ::testing::Test {
 protected:
-    void SetUp() override {
-        setenv("NBX_RESOURCES", home.path().c_str(), 1);
-        setDebug(2);
-    }
-    void TearDown() override { unsetenv("NBX_RESOURCES"); }
+    void SetUp() override { setDebug(2); }
     void setDebug(const PropertyValue& level) const {
         writePropertyListFile(home.path() + "/Info.plist",
                               PropertyValue::dictionary({{"Debug", level}}));
@@ -31,20 +28,20 @@ protected:
         std::ifstream in(path, std::ios::binary);
         return std::string((std::istreambuf_iterator<char>(in)), {});
     }
-    std::string logFolder() const { return home.appSupportFolder() + "/Logs"; }
     test::TempHome home;
+    test::ScopedEnv resources{"NBX_RESOURCES", home.path()};
+    const std::string logFolder = home.appSupportFolder() + "/Logs";
 };
 
 const std::string kStamp = R"(\[\d\d/\d\d/\d\d\|(0[1-9]|1[0-2]):[0-5]\d:[0-6]\d\.\d{4}\] )";
 
 TEST_F(LoggerTest, EntriesBeginWithALineFeedAndAStamp) {
     const NBXLogger logger("NBXSetting");
-    EXPECT_EQ(logger.loggingFilePath(), logFolder() + "/NBXSetting.log");
-    EXPECT_EQ(logger.backupFilePath(), logFolder() + "/_NBXSetting.log");
+    EXPECT_EQ(logger.backupFilePath(), logFolder + "/_NBXSetting.log");
     logger.log("first");
     logger.log("second 100%s");
     NBXLogger::flush();
-    const std::string text = contents(logger.loggingFilePath());
+    const std::string text = contents(logFolder + "/NBXSetting.log");
     EXPECT_TRUE(
         std::regex_match(text, std::regex("\n" + kStamp + "first\n" + kStamp + "second 100%s")))
         << text;
@@ -55,7 +52,7 @@ TEST_F(LoggerTest, LevelComesFromTheInformationDictionary) {
         {2, 2}, {"2", 2}, {1, 1}, {7, 7}, {nullptr, 0}};
     for (const auto& [level, expected] : cases) {
         setDebug(level);
-        fs::remove_all(logFolder());
+        fs::remove_all(logFolder);
         const NBXLogger logger("Level");
         EXPECT_EQ(logger.nDebug(), expected);
         testing::internal::CaptureStderr();
@@ -66,9 +63,9 @@ TEST_F(LoggerTest, LevelComesFromTheInformationDictionary) {
     }
 }
 
+// A logger given its own folder, or no name, never writes.
 TEST_F(LoggerTest, LoggersThatNeverWrite) {
-    const NBXLogger inFolder("Own", home.path() + "/own");
-    const NBXLogger unnamed("");
+    const NBXLogger inFolder("Own", home.path() + "/own"), unnamed("");
     EXPECT_EQ(inFolder.loggingFilePath(), home.path() + "/own/Own.log");
     EXPECT_EQ(inFolder.nDebug(), 0);
     EXPECT_EQ(unnamed.loggingFilePath(), "");
@@ -76,12 +73,12 @@ TEST_F(LoggerTest, LoggersThatNeverWrite) {
     unnamed.log("x");
     NBXLogger::flush();
     EXPECT_TRUE(fs::is_empty(home.path() + "/own"));
-    EXPECT_FALSE(fs::exists(logFolder()));
+    EXPECT_FALSE(fs::exists(logFolder));
 }
 
 TEST_F(LoggerTest, RotatesOnlyPastTheLimit) {
     const NBXLogger logger("Rotate");
-    std::ofstream(logger.loggingFilePath()) << std::string(NBXLogger::kLogSizeLimit, 'x');
+    std::ofstream(logger.loggingFilePath()) << std::string(5242880, 'x');
     std::ofstream(logger.backupFilePath()) << "old backup";
     EXPECT_FALSE(logger.logSizeGreaterThanLimit());
     logger.log("a");
@@ -91,8 +88,7 @@ TEST_F(LoggerTest, RotatesOnlyPastTheLimit) {
     logger.log("b");
     NBXLogger::flush();
     const std::string backup = contents(logger.backupFilePath());
-    EXPECT_EQ(backup.size(),
-              NBXLogger::kLogSizeLimit + std::string("\n[yy/MM/dd|hh:mm:ss.SSSS] a").size());
+    EXPECT_EQ(backup.size(), 5242880 + std::string("\n[yy/MM/dd|hh:mm:ss.SSSS] a").size());
     EXPECT_EQ(backup.back(), 'a');
     EXPECT_TRUE(
         std::regex_match(contents(logger.loggingFilePath()), std::regex("\n" + kStamp + "b")));

@@ -201,23 +201,14 @@ struct BinaryPlist {
 
 TEST_F(PropertyListFileTest, BinaryNumbersKeepSignAndRange) {
     BinaryPlist b;
-    const auto keys = {b.add("\x53neg"),
-                       b.add("\x53"
-                             "big"),
-                       b.add("\x51r")};
-    const auto values = {b.add("\x13" + BinaryPlist::big(static_cast<std::uint64_t>(-5), 8)),
-                         b.add("\x14" + BinaryPlist::big(0, 8) + BinaryPlist::big(1ull << 63, 8)),
-                         b.add("\x23" + BinaryPlist::big(std::bit_cast<std::uint64_t>(2.5), 8))};
-    std::string dict = "\xD3";
-    for (auto r : keys)
-        dict += BinaryPlist::big(r, 2);
-    for (auto r : values)
-        dict += BinaryPlist::big(r, 2);
-    const auto v = readBytes(b.build(b.add(dict)));
+    b.add("\x13" + BinaryPlist::big(static_cast<std::uint64_t>(-5), 8));
+    b.add("\x14" + BinaryPlist::big(0, 8) + BinaryPlist::big(1ull << 63, 8));
+    b.add("\x23" + BinaryPlist::big(std::bit_cast<std::uint64_t>(2.5), 8));
+    const auto v = readBytes(b.build(b.add(BinaryPlist::container('\xA0', {0, 1, 2}))));
     ASSERT_TRUE(v);
-    EXPECT_EQ((*v)["neg"].integer(), -5);
-    EXPECT_EQ((*v)["big"].unsignedInteger(), 1ull << 63);
-    EXPECT_EQ((*v)["r"].real(), 2.5);
+    EXPECT_EQ(v->at(0).integer(), -5);
+    EXPECT_EQ(v->at(1).unsignedInteger(), 1ull << 63);
+    EXPECT_EQ(v->at(2).real(), 2.5);
 }
 
 TEST_F(PropertyListFileTest, HostileBinaryFilesReadAsNothing) {

@@ -7,6 +7,7 @@
 
 #include "NBXUtility.h"
 #include "PropertyListFile.h"
+#include "ScopedEnv.h"
 #include "TempHome.h"
 
 namespace nbx {
@@ -16,8 +17,6 @@ using Dict = PropertyValue;
 
 class StateFilesTest : public ::testing::Test {
 protected:
-    void SetUp() override { setenv("NBX_RESOURCES", home.path().c_str(), 1); }
-    void TearDown() override { unsetenv("NBX_RESOURCES"); }
     static void write(std::string_view name, const PropertyValue& value) {
         writePropertyListFile(StateFiles::pathTo(name), value);
     }
@@ -25,6 +24,7 @@ protected:
         return readPropertyListFile(StateFiles::pathTo(name)).value_or(PropertyValue());
     }
     test::TempHome home;
+    test::ScopedEnv resources{"NBX_RESOURCES", home.path()};
 };
 
 TEST_F(StateFilesTest, Folders) {

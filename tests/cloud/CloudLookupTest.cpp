@@ -6,75 +6,66 @@
 
 #include "EmulatorFixture.h"
 #include "JSONKit.h"
-#include "LoopbackServer.h"
 #include "PropertyListFile.h"
 
 namespace nbx::test {
 namespace {
 
-PropertyValue lookupQuery(CloudEmulator& emulator) {
-    const PropertyValue log = emulator.requests();
-    for (std::size_t i = 0; i < log.size(); ++i) {
-        if (log.at(i)["path"] == PropertyValue("/nbx/v2/svclookup/service")) return log.at(i);
-    }
-    return {};
-}
-
 class CloudLookupTest : public EmulatorFixture {
 protected:
     std::unique_ptr<NBXCloudInterface> lookUp(PropertyValue* error,
-                                              PropertyValue configuration = {}) {
+                                              const PropertyValue& configuration = {},
+                                              PropertyValue* returned = nullptr) {
         emulator.clearRequests();
-        return NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(configuration,
-                                                                                    nullptr, error);
+        return NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
+            configuration, returned, error);
     }
-    void writeInstallerFile(const std::string& name, const std::string& content) {
-        const auto folder = std::filesystem::path(home.temporaryFolder()) / "NBXInst_Installer";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder / name, std::ios::binary) << content;
+    PropertyValue lookupQuery() {
+        const PropertyValue log = emulator.requests();
+        for (std::size_t i = 0; i < log.size(); ++i)
+            if (log.at(i)["path"] == PropertyValue("/nbx/v2/svclookup/service"))
+                return log.at(i)["query"];
+        return {};
     }
+    PropertyValue sentBody() { return fromJSON(lastRequest()["body"].string().value_or("")); }
 };
 
 TEST_F(CloudLookupTest, QueryCarriesTheClientAndTheAnswerNamesTheEndpoint) {
     PropertyValue returned, error;
-    emulator.clearRequests();
-    auto fresh = NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
-        PropertyValue::dictionary({{"clientRegion", "eu west"}, {"clientType", ""}}), &returned,
-        &error);
+    auto fresh =
+        lookUp(&error, fromJSON(R"({"clientRegion":"eu west","clientType":""})"), &returned);
     ASSERT_TRUE(fresh) << error.description();
     EXPECT_TRUE(returned["serviceList"].isArray());
     const auto& wire = *fresh->communicationInterface();
     EXPECT_EQ(wire.nbxResolvedProtocol(), "http://");
     EXPECT_EQ(wire.nbxResolvedDomain(), emulator.hostPort());
     EXPECT_EQ(wire.nbxResolvedAPIServer(), "/nbx/v2");
-    const PropertyValue sent = lookupQuery(emulator);
-    EXPECT_EQ(sent["method"], PropertyValue("GET"));
-    EXPECT_EQ(sent["query"], PropertyValue("clientType=nbxPCAgent_MAC&clientVender=valmora&"
+    EXPECT_EQ(lookupQuery(), PropertyValue("clientType=nbxPCAgent_MAC&clientVender=valmora&"
                                            "clientVer=2.00.125&clientRegion=eu%20west&"
                                            "serviceType=nbxCrtSvc"));
 }
 
 TEST_F(CloudLookupTest, InstallerVersionFileDecidesVersionHeaders) {
-    struct Case {
+    const struct {
         const char* file;
         std::optional<std::string> major, minor, query;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"3.1.7", "3", "1.7", "clientVer=3.1.7&"},
         {"4.02.300\n", "4", "02.300\n", "clientVer=4.02.300%0A&"},
         {"3.1", std::nullopt, ".", std::nullopt},
         {"", std::nullopt, ".", std::nullopt},
     };
+    const auto folder = std::filesystem::path(home.temporaryFolder()) / "NBXInst_Installer";
+    std::filesystem::create_directories(folder);
     for (const auto& c : cases) {
         SCOPED_TRACE(c.file);
-        writeInstallerFile("version.txt", c.file);
+        std::ofstream(folder / "version.txt", std::ios::binary) << c.file;
         PropertyValue error;
         auto fresh = lookUp(&error);
         ASSERT_TRUE(fresh) << error.description();
-        const auto& wire = *fresh->communicationInterface();
-        EXPECT_EQ(wire.kclientVersionMajorNum(), c.major);
-        EXPECT_EQ(wire.kclientVersionMinorNum(), c.minor);
-        const std::string query = lookupQuery(emulator)["query"].string().value_or("");
+        EXPECT_EQ(fresh->communicationInterface()->kclientVersionMajorNum(), c.major);
+        EXPECT_EQ(fresh->communicationInterface()->kclientVersionMinorNum(), c.minor);
+        const std::string query = lookupQuery().string().value_or("");
         if (c.query) {
             EXPECT_NE(query.find(*c.query), std::string::npos) << query;
         } else {
@@ -83,111 +74,80 @@ TEST_F(CloudLookupTest, InstallerVersionFileDecidesVersionHeaders) {
     }
 }
 
-TEST_F(CloudLookupTest, LookupFailuresGiveNoInterfaceAndSayWhy) {
-    struct Case {
+TEST_F(CloudLookupTest, LookupAnswersGiveAnEndpointOrSayWhyNot) {
+    const struct {
         const char* name;
-        PropertyValue fault;
+        const char* fault;  // JSON keys added to the fault on the lookup path
         PropertyValue errorCode;
         std::optional<std::string> description;
-    };
-    const auto f = [](std::initializer_list<PropertyDictionary::Entry> e) {
-        PropertyValue fault = PropertyValue::dictionary({{"path", "/svclookup/service"}});
-        for (const auto& [k, v] : e)
-            fault.set(k, v);
-        return fault;
-    };
-    const Case cases[] = {
-        {"not JSON", f({{"notJson", true}}), 1005, "Unable to parse the JSON response from Server"},
-        {"refused", f({{"body", R"({"success":false,"errorCode":"E7","errorReason":"closed"})"}}),
-         "E7", "closed"},
-        {"no service list", f({{"body", R"({"success":true})"}}), 1001,
+    } cases[] = {
+        {"not JSON", R"("notJson":true)", 1005, "Unable to parse the JSON response from Server"},
+        {"refused",
+         R"("body":"{\"success\":false,\"errorCode\":\"E7\",\"errorReason\":\"closed\"}")", "E7",
+         "closed"},
+        {"no service list", R"("body":"{\"success\":true}")", 1001,
          "There is no Error information from Communication Interface"},
         {"entry without path",
-         f({{"body", R"({"success":"true","serviceList":[{"domain":"h",)"
-                     R"("protocol":"http://"}]})"}}),
+         R"("body":"{\"success\":\"true\",\"serviceList\":[{\"domain\":\"h\",\"protocol\":\"http://\"}]}")",
          1001, std::nullopt},
-        {"empty answer", f({{"status", 503}, {"emptyBody", true}}), 503, "Service Unavailable"},
+        {"empty answer", R"("status":503,"emptyBody":true)", 503, "Service Unavailable"},
+        // Of several entries the last one wins.
+        {"two entries",
+         R"("body":"{\"success\":true,\"serviceList\":[{\"domain\":\"first\",\"path\":\"/a\",)"
+         R"(\"protocol\":\"http://\"},{\"domain\":\"second\",\"path\":\"/b\",\"protocol\":\"https://\"}]}")",
+         {},
+         std::nullopt},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         emulator.clearFaults();
-        emulator.injectFault(c.fault);
+        injectFault(std::string(R"({"path":"/svclookup/service",)") + c.fault + "}");
         PropertyValue error;
-        EXPECT_FALSE(lookUp(&error));
+        const auto fresh = lookUp(&error);
         EXPECT_EQ(error["errorCode"], c.errorCode) << error.description();
         if (c.description) {
             EXPECT_EQ(error["ErrorDescription"], PropertyValue(*c.description));
         }
+        if (!c.errorCode.isNull()) {
+            EXPECT_FALSE(fresh);
+        } else {
+            ASSERT_TRUE(fresh);
+            EXPECT_EQ(fresh->communicationInterface()->nbxResolvedDomain(), "second");
+            EXPECT_EQ(fresh->communicationInterface()->nbxResolvedProtocol(), "https://");
+        }
     }
 }
 
-TEST_F(CloudLookupTest, LastServiceEntryWins) {
-    emulator.injectFault(PropertyValue::dictionary(
-        {{"path", "/svclookup/service"},
-         {"body",
-          R"({"success":true,"serviceList":[{"domain":"first","path":"/a",)"
-          R"("protocol":"http://"},{"domain":"second","path":"/b","protocol":"https://"}]})"}}));
-    PropertyValue error;
-    auto fresh = lookUp(&error);
-    ASSERT_TRUE(fresh) << error.description();
-    EXPECT_EQ(fresh->communicationInterface()->nbxResolvedDomain(), "second");
-    EXPECT_EQ(fresh->communicationInterface()->nbxResolvedProtocol(), "https://");
-}
-
-TEST(CloudLookupUnreachable, ConnectionRefusedGivesStatusZero) {
-    TempHome home;
-    ScopedEnv lookup("NBX_LOOKUP_SERVER", "127.0.0.1:" + std::to_string(closedLoopbackPort()));
-    PropertyValue error;
-    EXPECT_FALSE(NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
-        PropertyValue::dictionary(), nullptr, &error));
-    EXPECT_EQ(error["errorCode"], PropertyValue(0));
-    EXPECT_EQ(error["ErrorDescription"], PropertyValue("No Response"));
-}
-
-// The wrappers read the installer's choices and send their own bodies.
-class CloudWrapperTest : public CloudLookupTest {
-protected:
-    PropertyValue sentBody() {
-        const auto body = lastRequest()["body"].string().value_or("");
-        return objectFromJSONData(std::string_view(body)).value_or(PropertyValue());
-    }
-};
-
-TEST_F(CloudWrapperTest, AgreementFlagsFollowTheInstallerSettings) {
-    struct Case {
+TEST_F(CloudLookupTest, AgreementFlagsFollowTheInstallerSettings) {
+    const std::string file = NBXCloudInterface::installerSettingsFile();
+    const struct {
         const char* name;
-        std::optional<PropertyValue> status;  // none: no settings file
-        const char* device;
-        const char* marketing;
-    };
-    const Case cases[] = {
-        {"no file", std::nullopt, "true", "true"},
-        {"agreed", PropertyValue(1), "true", "true"},
-        {"declined", PropertyValue(0), "false", "false"},
-        {"declined as text", PropertyValue("0"), "false", "false"},
-        {"no key", PropertyValue(), "true", "true"},
+        const char* settings;  // nullptr: no settings file
+        const char* agreed;
+    } cases[] = {
+        {"no file", nullptr, "true"},
+        {"agreed", R"({"Other":1,"MarketAgreementStatus":1})", "true"},
+        {"declined", R"({"Other":1,"MarketAgreementStatus":0})", "false"},
+        {"declined as text", R"({"Other":1,"MarketAgreementStatus":"0"})", "false"},
+        {"no key", R"({"Other":1})", "true"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        std::filesystem::remove(NBXCloudInterface::installerSettingsFile());
-        if (c.status) {
-            std::filesystem::create_directories(
-                std::filesystem::path(NBXCloudInterface::installerSettingsFile()).parent_path());
-            PropertyValue settings = PropertyValue::dictionary({{"Other", 1}});
-            if (!c.status->isNull()) settings.set("MarketAgreementStatus", *c.status);
-            ASSERT_TRUE(
-                writePropertyListFile(NBXCloudInterface::installerSettingsFile(), settings));
+        std::filesystem::remove(file);
+        if (c.settings) {
+            std::filesystem::create_directories(std::filesystem::path(file).parent_path());
+            ASSERT_TRUE(writePropertyListFile(file, fromJSON(c.settings)));
         }
         EXPECT_TRUE(cloud->updateEULAForSuppliesToServer(sender(), nullptr, nullptr));
         EXPECT_EQ(sentBody(),
                   PropertyValue::dictionary({{"isAgreedSuppliesMarketEULA", "false"},
-                                             {"isAgreedSuppliesDeviceEULA", c.device}}));
+                                             {"isAgreedSuppliesDeviceEULA", c.agreed}}));
         EXPECT_TRUE(cloud->updateMarketingEULAToServer(sender(), nullptr, nullptr));
-        EXPECT_EQ(sentBody(), PropertyValue::dictionary({{"clientMarketingEula", c.marketing}}));
+        EXPECT_EQ(sentBody(), PropertyValue::dictionary({{"clientMarketingEula", c.agreed}}));
     }
 }
 
-TEST_F(CloudWrapperTest, SettingAndClientInformationWrappers) {
+TEST_F(CloudLookupTest, SettingAndClientInformationWrappers) {
     ScopedEnv locale("LC_ALL", "de_AT.UTF-8");
     PropertyValue untouched = "untouched";
     EXPECT_TRUE(cloud->updateNbxd2SettingInformation(sender(), &untouched, &untouched));
@@ -200,42 +160,33 @@ TEST_F(CloudWrapperTest, SettingAndClientInformationWrappers) {
     EXPECT_EQ(body["clientSysLocation"], PropertyValue("AT"));
     EXPECT_EQ(body["clientOSVersion"].string(), NBXCloudInterface::MacOSVersionString());
     // An answer without "success" true makes a wrapper fail.
-    emulator.injectFault(PropertyValue::dictionary(
-        {{"path", "/idmmgtsvc/user/nbxd2/setting"}, {"body", R"({"success":false})"}}));
+    injectFault(R"({"path":"/idmmgtsvc/user/nbxd2/setting","body":"{\"success\":false}"})");
     EXPECT_FALSE(cloud->updateNbxd2SettingInformation(sender(), nullptr, nullptr));
-}
 
-TEST(CloudSystemFacts, LocationIsTheRegionOfTheLocale) {
-    const std::pair<const char*, const char*> cases[] = {
-        {"en_US", "US"}, {"de_AT", "AT"}, {"en", "en"}, {"zh_Hant_TW", "Hant_TW"}, {"", ""}};
-    for (const auto& [locale, region] : cases)
-        EXPECT_EQ(NBXCloudInterface::systemLocationString(locale), region);
+    const std::pair<const char*, const char*> regions[] = {
+        {"en_US", "US"}, {"en", "en"}, {"zh_Hant_TW", "Hant_TW"}, {"", ""}};
+    for (const auto& [name, region] : regions)
+        EXPECT_EQ(NBXCloudInterface::systemLocationString(name), region);
 }
 
 // Verifying a PIN replaces the token, so the next call carries the new one, or none.
 TEST_F(CloudLookupTest, ValidatedPinReplacesTheAccessToken) {
-    const auto ask = PropertyValue::dictionary({{"identifier", "5550199"}, {"countryCode", "1"}});
-    ASSERT_TRUE(cloud->requestAuthentication(ask, nullptr, nullptr));
+    ASSERT_TRUE(cloud->requestAuthentication(
+        fromJSON(R"({"identifier":"5550199","countryCode":"1"})"), nullptr, nullptr));
     const auto pin = emulator.latestPin("1", "5550199");
     ASSERT_TRUE(pin);
     PropertyValue answer, error;
-    ASSERT_TRUE(cloud->validateIdentifier(
-        PropertyValue::dictionary(
-            {{"senderPhoneNumber", "5550199"}, {"countryCode", "1"}, {"pinCode", *pin}}),
-        &answer, &error))
-        << error.description();
+    PropertyValue submit = fromJSON(R"({"senderPhoneNumber":"5550199","countryCode":"1"})");
+    submit.set("pinCode", *pin);
+    ASSERT_TRUE(cloud->validateIdentifier(submit, &answer, &error)) << error.description();
     ASSERT_TRUE(answer["accessToken"].isString()) << answer.description();
     EXPECT_EQ(wire().accessToken(), answer["accessToken"].string());
 
-    emulator.injectFault(PropertyValue::dictionary({{"path", "/idmmgtsvc/user/verification"},
-                                                    {"method", "PUT"},
-                                                    {"body", R"({"success":true})"}}));
-    ASSERT_TRUE(cloud->validateIdentifier(
-        PropertyValue::dictionary(
-            {{"senderPhoneNumber", "5550199"}, {"countryCode", "1"}, {"pinCode", "1"}}),
-        nullptr, nullptr));
+    injectFault(
+        R"({"path":"/idmmgtsvc/user/verification","method":"PUT","body":"{\"success\":true}"})");
+    ASSERT_TRUE(cloud->validateIdentifier(submit, nullptr, nullptr));
     EXPECT_EQ(wire().accessToken(), std::nullopt);
-    cloud->getAgentState(sender({{"agentId", PropertyValue::array({"a1"})}}), nullptr, nullptr);
+    cloud->getAgentState(sender(R"({"agentId":["a1"]})"), nullptr, nullptr);
     EXPECT_EQ(applicationHeaders(lastRequest()).count("accessToken"), 0u);
 }
 

@@ -7,7 +7,6 @@
 #include <fstream>
 
 #include "EmulatorFixture.h"
-#include "JSONKit.h"
 
 namespace nbx::test {
 namespace {
@@ -33,55 +32,50 @@ ToolRun runTool(const std::string& arguments) {
 class CloudToolTest : public EmulatorFixture {};
 
 TEST_F(CloudToolTest, ExitCodesAndPrintedOutcome) {
-    const std::string senderJSON =
-        R"('{"senderCountryCode":"44","senderPhoneNumber":"7700900123"}')";
-    struct Case {
+    const std::string caller = R"('{"senderCountryCode":"44","senderPhoneNumber":"7700900123"}')";
+    const auto document = std::filesystem::path(home.path()) / "doc.pdf";
+    std::ofstream(document, std::ios::binary) << "%PDF-1.4 tool";
+    const struct {
         std::string arguments;
         int exitCode;
-        std::optional<bool> result;  // none: no JSON outcome printed
-    };
-    const Case cases[] = {
-        {"requestToGetUserAgentQuantity " + senderJSON, 0, true},
-        {"getAgentState " + senderJSON, 0, false},
-        {"noSuchOperation", 2, std::nullopt},
-        {"getAgentState '[1]'", 2, std::nullopt},
-        {"getAgentState '{broken'", 2, std::nullopt},
-        {"uploadContentJob --file pdfData=/nonexistent/file", 2, std::nullopt},
-        {"", 2, std::nullopt},
-        {"--help", 0, std::nullopt},
+        PropertyValue result;        // null: no JSON outcome printed
+        const char* sent = nullptr;  // text the last request's body must hold
+    } cases[] = {
+        {"requestToGetUserAgentQuantity " + caller, 0, true},
+        {"getAgentState " + caller, 0, false},
+        {R"(uploadContentJob '{"senderCountryCode":"44","senderPhoneNumber":"7700900123",)"
+         R"("fileName":"doc.pdf"}' --file pdfData=)" +
+             document.string(),
+         0, true, "%PDF-1.4 tool"},
+        {"noSuchOperation", 2, {}},
+        {"getAgentState '[1]'", 2, {}},
+        {"getAgentState '{broken'", 2, {}},
+        {"uploadContentJob --file pdfData=/nonexistent/file", 2, {}},
+        {"", 2, {}},
+        {"--help", 0, {}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.arguments);
         const ToolRun run = runTool(c.arguments);
         EXPECT_EQ(run.exitCode, c.exitCode) << run.output;
-        if (!c.result) continue;
-        const auto outcome = objectFromJSONData(std::string_view(run.output));
-        ASSERT_TRUE(outcome) << run.output;
-        EXPECT_EQ((*outcome)["result"], PropertyValue(*c.result));
-        EXPECT_TRUE((*outcome).dictionaryPtr()->contains("returnedInformation"));
-        EXPECT_TRUE((*outcome).dictionaryPtr()->contains("errorInformation"));
+        if (c.sent) {
+            EXPECT_NE(lastRequest()["body"].string().value_or("").find(c.sent), std::string::npos);
+        }
+        if (c.result.isNull()) continue;
+        const PropertyValue outcome = fromJSON(run.output);
+        ASSERT_TRUE(outcome.dictionaryPtr()) << run.output;
+        EXPECT_EQ(outcome["result"], c.result) << run.output;
+        EXPECT_TRUE(outcome.dictionaryPtr()->contains("returnedInformation"));
+        EXPECT_TRUE(outcome.dictionaryPtr()->contains("errorInformation"));
     }
     EXPECT_NE(runTool("--help").output.find("updateMarketingEULAToServer"), std::string::npos);
 }
 
-TEST_F(CloudToolTest, UploadsAFileAndReportsAFailedLookup) {
-    const auto document = std::filesystem::path(home.path()) / "doc.pdf";
-    std::ofstream(document, std::ios::binary) << "%PDF-1.4 tool";
-    const ToolRun upload =
-        runTool(R"(uploadContentJob '{"senderCountryCode":"44","senderPhoneNumber":"7700900123",)"
-                R"("fileName":"doc.pdf"}' --file pdfData=)" +
-                document.string());
-    EXPECT_EQ(upload.exitCode, 0) << upload.output;
-    const auto sent = lastRequest();
-    EXPECT_NE(sent["body"].string().value_or("").find("%PDF-1.4 tool"), std::string::npos);
-
-    emulator.injectFault(
-        PropertyValue::dictionary({{"path", "/svclookup/service"}, {"notJson", true}}));
+TEST_F(CloudToolTest, FailedLookupExitsWithOneAndPrintsTheError) {
+    injectFault(R"({"path":"/svclookup/service","notJson":true})");
     const ToolRun failed = runTool("getAgentState '{}'");
     EXPECT_EQ(failed.exitCode, 1);
-    const auto outcome = objectFromJSONData(std::string_view(failed.output));
-    ASSERT_TRUE(outcome) << failed.output;
-    EXPECT_EQ((*outcome)["errorInformation"]["errorCode"], PropertyValue(1005));
+    EXPECT_EQ(fromJSON(failed.output)["errorInformation"]["errorCode"], PropertyValue(1005));
 }
 
 }  // namespace

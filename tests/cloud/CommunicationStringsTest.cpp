@@ -91,35 +91,22 @@ TEST(CommunicationStrings, FormTextAndItsQuestionMarkSeparatedParse) {
         EXPECT_EQ(C::parseXwwwFormURLEncodedResponseData(bytes(c.text)), c.expected) << c.text;
 }
 
-TEST(CommunicationStrings, FileNameFilter) {
-    const std::pair<OptString, OptString> cases[] = {
-        {"a/b:c?.pdf", "a-b-c-.pdf"}, {"Report: Q1/Q2?.pdf", "Report- Q1-Q2-.pdf"},
-        {"\\/*|\":<>?", "---------"}, {"", ""},
-        {std::nullopt, std::nullopt},
-    };
-    for (const auto& [in, out] : cases)
+TEST(CommunicationStrings, FileNameFilterAndResponseSuccess) {
+    const std::pair<OptString, OptString> names[] = {
+        {"Report: Q1/Q2?.pdf", "Report- Q1-Q2-.pdf"}, {"", ""}, {std::nullopt, std::nullopt}};
+    for (const auto& [in, out] : names)
         EXPECT_EQ(C::filterOutUnSupportedCharactersForFileName(in), out);
-}
 
-TEST(CommunicationStrings, ResponseSuccess) {
-    const std::pair<PropertyValue, bool> cases[] = {
-        {PropertyValue::dictionary({{"success", true}}), true},
-        {PropertyValue::dictionary({{"success", false}}), false},
-        {PropertyValue::dictionary({{"success", 2}}), true},
-        {PropertyValue::dictionary({{"success", 0}}), false},
-        {PropertyValue::dictionary({{"success", "true"}}), true},
-        {PropertyValue::dictionary({{"success", "  +007"}}), true},
-        {PropertyValue::dictionary({{"success", "Yes"}}), true},
-        {PropertyValue::dictionary({{"success", "false"}}), false},
-        {PropertyValue::dictionary({{"success", "no"}}), false},
-        {PropertyValue::dictionary({{"success", "0"}}), false},
-        {PropertyValue::dictionary({{"success", ""}}), false},
-        {PropertyValue::dictionary({{"success", PropertyValue::array({1})}}), false},
-        {PropertyValue::dictionary({{"other", true}}), false},
-        {PropertyValue(), false},
+    const std::pair<PropertyValue, bool> successes[] = {
+        {true, true},   {false, false},   {2, true},     {0, false},
+        {"true", true}, {"  +007", true}, {"Yes", true}, {"false", false},
+        {"no", false},  {"0", false},     {"", false},   {PropertyValue::array({1}), false},
     };
-    for (const auto& [response, expected] : cases)
-        EXPECT_EQ(isResponseASuccess(response), expected) << response.description();
+    for (const auto& [success, expected] : successes)
+        EXPECT_EQ(isResponseASuccess(PropertyValue::dictionary({{"success", success}})), expected)
+            << success.description();
+    EXPECT_FALSE(isResponseASuccess(PropertyValue::dictionary({{"other", true}})));
+    EXPECT_FALSE(isResponseASuccess(PropertyValue()));
 }
 
 }  // namespace

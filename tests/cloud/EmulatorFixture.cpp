@@ -1,25 +1,34 @@
 #include "EmulatorFixture.h"
 
+#include <openssl/evp.h>
+
 #include <algorithm>
 #include <set>
 
+#include "JSONKit.h"
+
 namespace nbx::test {
+
+PropertyValue fromJSON(std::string_view text) {
+    return objectFromJSONData(text).value_or(PropertyValue());
+}
+
+Bytes base64Decoded(const std::string& text) {
+    Bytes out(text.size() / 4 * 3);
+    const int length = EVP_DecodeBlock(
+        out.data(), reinterpret_cast<const unsigned char*>(text.data()), int(text.size()));
+    // The decoder counts padding as zero bytes.
+    const auto padding = text.size() - text.find_last_not_of('=') - 1;
+    out.resize(length < 0 ? 0 : length - padding);
+    return out;
+}
 
 void EmulatorFixture::SetUp() {
     ASSERT_TRUE(emulator.ok());
     lookup = std::make_unique<ScopedEnv>("NBX_LOOKUP_SERVER", emulator.hostPort());
-    emulator.seed(PropertyValue::dictionary(
-        {{"users",
-          PropertyValue::array({PropertyValue::dictionary({{"countryCode", kCountryCode},
-                                                           {"phoneNumber", kPhoneNumber},
-                                                           {"accessToken", kAccessToken}})})},
-         {"agents",
-          PropertyValue::array({PropertyValue::dictionary(
-              {{"agentId", "a1"},
-               {"agentAlias", "Office"},
-               {"agentMacAddress", "001b63aa0cff"},
-               {"owner", PropertyValue::dictionary({{"countryCode", kCountryCode},
-                                                    {"phoneNumber", kPhoneNumber}})}})})}}));
+    emulator.seed(fromJSON(R"({"users":[{"countryCode":"44","phoneNumber":"7700900123",
+        "accessToken":"T1"}],"agents":[{"agentId":"a1","agentAlias":"Office",
+        "agentMacAddress":"001b63aa0cff","owner":{"countryCode":"44","phoneNumber":"7700900123"}}]})"));
     PropertyValue error;
     cloud = NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
         PropertyValue::dictionary(), nullptr, &error);
@@ -28,11 +37,13 @@ void EmulatorFixture::SetUp() {
     emulator.clearRequests();
 }
 
-PropertyValue EmulatorFixture::sender(std::initializer_list<PropertyDictionary::Entry> extra) {
+PropertyValue EmulatorFixture::sender(std::string_view extra) {
     PropertyValue input = PropertyValue::dictionary(
         {{"senderCountryCode", kCountryCode}, {"senderPhoneNumber", kPhoneNumber}});
-    for (const auto& [key, value] : extra)
-        input.set(key, value);
+    const PropertyValue entries = fromJSON(extra);
+    if (entries.dictionaryPtr())
+        for (const auto& [key, value] : *entries.dictionaryPtr())
+            input.set(key, value);
     return input;
 }
 
@@ -53,25 +64,6 @@ std::map<std::string, std::string> EmulatorFixture::applicationHeaders(const Pro
         }
     }
     return headers;
-}
-
-Bytes base64Decoded(const std::string& text) {
-    static const std::string kAlphabet =
-        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    Bytes out;
-    std::uint32_t bits = 0;
-    int count = 0;
-    for (const char c : text) {
-        const auto index = kAlphabet.find(c);
-        if (index == std::string::npos) continue;
-        bits = (bits << 6) | static_cast<std::uint32_t>(index);
-        count += 6;
-        if (count >= 8) {
-            count -= 8;
-            out.push_back(static_cast<std::uint8_t>((bits >> count) & 0xff));
-        }
-    }
-    return out;
 }
 
 }  // namespace nbx::test

@@ -17,12 +17,18 @@ constexpr const char* kCountryCode = "44";
 constexpr const char* kPhoneNumber = "7700900123";
 constexpr const char* kAccessToken = "T1";
 
+using Operation = bool (NBXCloudInterface::*)(const PropertyValue&, PropertyValue*, PropertyValue*);
+
+// Test tables are written as JSON text; null when the text is not JSON.
+PropertyValue fromJSON(std::string_view text);
+Bytes base64Decoded(const std::string& text);
+
 // A private home, the emulator seeded with one user and one agent, and an interface made
 // through the lookup.
 class EmulatorFixture : public ::testing::Test {
 public:
-    // The caller's sender keys plus `extra`.
-    static PropertyValue sender(std::initializer_list<PropertyDictionary::Entry> extra = {});
+    // The caller's sender keys plus the keys of the JSON object `extra`.
+    static PropertyValue sender(std::string_view extra = "{}");
 
 protected:
     void SetUp() override;
@@ -32,14 +38,13 @@ protected:
     // Headers of a logged request without the ones the transport adds by itself.
     static std::map<std::string, std::string> applicationHeaders(const PropertyValue& entry);
     NBXCommunicationInterface& wire() { return *cloud->communicationInterface(); }
+    void injectFault(std::string_view json) { emulator.injectFault(fromJSON(json)); }
 
     TempHome home;
     CloudEmulator emulator;
     std::unique_ptr<ScopedEnv> lookup;
     std::unique_ptr<NBXCloudInterface> cloud;
 };
-
-Bytes base64Decoded(const std::string& text);
 
 }  // namespace nbx::test
 

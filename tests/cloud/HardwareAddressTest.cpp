@@ -27,67 +27,45 @@ TEST(HardwareAddress, CompactForm) {
         EXPECT_EQ(compactHardwareAddress(text), expected) << text;
 }
 
-TEST(HardwareAddress, DefaultRouteInterface) {
-    const std::pair<std::string, std::optional<std::string>> cases[] = {
-        {std::string(kRouteHeader) +
-             "eth1\t0010A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n"
-             "eth0\t00000000\t0110A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n",
-         "eth0"},
-        {std::string(kRouteHeader) + "eth1\t0010A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n",
-         std::nullopt},
-        {std::string(kRouteHeader) + "broken line\n", std::nullopt},
-        {"", std::nullopt},
+std::string route(const std::string& interface, bool isDefault) {
+    return interface + (isDefault ? "\t00000000\t0110A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n"
+                                  : "\t0010A8C0\t00000000\t0001\t0\t0\t0\t00FFFFFF\t0\t0\t0\n");
+}
+
+// Interfaces under a private sysfs-like tree; the route table names the default one.
+TEST(HardwareAddress, PrimaryAddressFallbacks) {
+    const std::vector<std::pair<std::string, std::string>> kAll = {{"lo", "00:00:00:00:00:00"},
+                                                                   {"dummy0", "00:00:00:00:00:00"},
+                                                                   {"wlan0", "aa:bb:cc:dd:ee:01"},
+                                                                   {"eth1", "02:00:00:00:00:02"},
+                                                                   {"eth0", "02:00:00:00:00:01"}};
+    const struct {
+        const char* name;
+        std::vector<std::pair<std::string, std::string>> interfaces;
+        std::optional<std::string> routes;  // none: no route table
+        std::optional<std::string> expected;
+    } cases[] = {
+        {"default route wins", kAll, route("eth1", false) + route("wlan0", true), "aabbccddee01"},
+        {"default through an interface without an address", kAll, route("tun0", true),
+         "020000000001"},
+        {"no default route", kAll, route("eth1", false), "020000000001"},
+        {"broken route table", kAll, "broken line\n", "020000000001"},
+        {"empty route table", kAll, "", "020000000001"},
+        {"no hardware address", {{"lo", "00:00:00:00:00:00"}}, std::nullopt, std::nullopt},
     };
-    for (const auto& [table, expected] : cases)
-        EXPECT_EQ(defaultRouteInterface(table), expected);
-}
-
-class PrimaryHardwareAddress : public ::testing::Test {
-protected:
-    void SetUp() override {
-        root = fs::temp_directory_path() /
-               ("nbx-hwaddr-" + std::to_string(::getpid()) + "-" +
-                ::testing::UnitTest::GetInstance()->current_test_info()->name());
-        fs::create_directories(root / "net");
+    const fs::path root = fs::temp_directory_path() / ("nbx-hwaddr-" + std::to_string(::getpid()));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        fs::remove_all(root);
+        for (const auto& [name, address] : c.interfaces) {
+            fs::create_directories(root / "net" / name);
+            std::ofstream(root / "net" / name / "address") << address << "\n";
+        }
+        if (c.routes) std::ofstream(root / "route") << kRouteHeader << *c.routes;
+        EXPECT_EQ(primaryHardwareAddress((root / "route").string(), (root / "net").string()),
+                  c.expected);
     }
-    void TearDown() override { fs::remove_all(root); }
-
-    void addInterface(const std::string& name, const std::string& address) {
-        fs::create_directories(root / "net" / name);
-        std::ofstream(root / "net" / name / "address") << address << "\n";
-    }
-    void writeRoutes(const std::string& defaultInterface) {
-        std::ofstream(root / "route")
-            << kRouteHeader << defaultInterface
-            << "\t00000000\t0110A8C0\t0003\t0\t0\t100\t00000000\t0\t0\t0\n";
-    }
-    std::optional<std::string> lookUp() {
-        return primaryHardwareAddress((root / "route").string(), (root / "net").string());
-    }
-
-    fs::path root;
-};
-
-TEST_F(PrimaryHardwareAddress, PrefersTheDefaultRouteInterface) {
-    addInterface("lo", "00:00:00:00:00:00");
-    addInterface("eth0", "00:1B:63:AA:0C:FF");
-    addInterface("wlan0", "aa:bb:cc:dd:ee:01");
-    writeRoutes("wlan0");
-    EXPECT_EQ(lookUp(), "aabbccddee01");
-}
-
-TEST_F(PrimaryHardwareAddress, FallsBackToFirstNamedInterfaceWithAnAddress) {
-    addInterface("lo", "00:00:00:00:00:00");
-    addInterface("dummy0", "00:00:00:00:00:00");
-    addInterface("eth1", "02:00:00:00:00:02");
-    addInterface("eth0", "02:00:00:00:00:01");
-    writeRoutes("tun0");  // a default route through an interface without an address
-    EXPECT_EQ(lookUp(), "020000000001");
-}
-
-TEST_F(PrimaryHardwareAddress, NoneWithoutAnyHardwareAddress) {
-    addInterface("lo", "00:00:00:00:00:00");
-    EXPECT_EQ(lookUp(), std::nullopt);
+    fs::remove_all(root);
 }
 
 }  // namespace

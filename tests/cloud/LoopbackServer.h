@@ -2,6 +2,7 @@
 
 #include <httplib.h>
 
+#include <stdexcept>
 #include <string>
 #include <thread>
 
@@ -10,36 +11,28 @@ namespace nbx::test {
 // An in-process HTTP server on an ephemeral loopback port, for exchange-level cases.
 class LoopbackServer {
 public:
-    LoopbackServer();
-    ~LoopbackServer();
+    LoopbackServer() = default;
     LoopbackServer(const LoopbackServer&) = delete;
     LoopbackServer& operator=(const LoopbackServer&) = delete;
+    ~LoopbackServer() {
+        server_.stop();
+        if (thread_.joinable()) thread_.join();
+    }
 
     httplib::Server& server() { return server_; }
     // Starts serving; routes must be registered before.
-    void start();
-    std::string url(const std::string& path) const;
-    int port() const { return port_; }
+    void start() {
+        port_ = server_.bind_to_any_port("127.0.0.1");
+        if (port_ <= 0) throw std::runtime_error("cannot bind the loopback server");
+        thread_ = std::thread([this] { server_.listen_after_bind(); });
+    }
+    std::string hostPort() const { return "127.0.0.1:" + std::to_string(port_); }
+    std::string url(const std::string& path) const { return "http://" + hostPort() + path; }
 
 private:
     httplib::Server server_;
     std::thread thread_;
     int port_ = 0;
 };
-
-// A port on which a connection is silently accepted by the kernel and never answered.
-class SilentListener {
-public:
-    SilentListener();
-    ~SilentListener();
-    int port() const { return port_; }
-
-private:
-    int fd_ = -1;
-    int port_ = 0;
-};
-
-// A loopback port with nothing listening on it.
-int closedLoopbackPort();
 
 }  // namespace nbx::test

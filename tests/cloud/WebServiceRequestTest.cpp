@@ -1,9 +1,9 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <chrono>
-#include <cstdio>
-#include <cstring>
 #include <string>
 
 #include "DebugLine.h"
@@ -20,12 +20,17 @@ std::string text(const Bytes& bytes) {
     return std::string(bytes.begin(), bytes.end());
 }
 
-// Records what arrived, so a case can check method, headers and body.
-struct Arrival {
-    std::string method;
-    std::string body;
-    httplib::Headers headers;
-};
+// A bound loopback socket and its port; a listening one accepts connections nobody answers.
+std::pair<int, int> loopbackSocket() {
+    const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    socklen_t length = sizeof address;
+    ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof address);
+    ::getsockname(fd, reinterpret_cast<sockaddr*>(&address), &length);
+    return {fd, ntohs(address.sin_port)};
+}
 
 class WebServiceRequestTest : public ::testing::Test {
 protected:
@@ -44,19 +49,17 @@ protected:
         s.Get("/loop", [](const auto&, auto& res) { res.set_redirect("/loop", 302); });
         s.Post("/keep", [](const auto&, auto& res) { res.set_redirect("/echo", 307); });
         const auto echo = [this](const httplib::Request& req, httplib::Response& res) {
-            arrival = {req.method, req.body, req.headers};
+            arrival = req;
             res.set_content("echo", "text/plain");
         };
-        for (const char* path : {"/echo"}) {
-            s.Get(path, echo);
-            s.Post(path, echo);
-            s.Put(path, echo);
-        }
+        s.Get("/echo", echo);
+        s.Post("/echo", echo);
+        s.Put("/echo", echo);
         loopback.start();
     }
 
     LoopbackServer loopback;
-    Arrival arrival;
+    httplib::Request arrival;
 };
 
 TEST_F(WebServiceRequestTest, OnlyTheFinalBodyOfARedirectChainIsKept) {
@@ -67,91 +70,75 @@ TEST_F(WebServiceRequestTest, OnlyTheFinalBodyOfARedirectChainIsKept) {
 }
 
 TEST_F(WebServiceRequestTest, TransportFailuresGiveNoWithStatusZero) {
-    struct Case {
-        const char* name;
-        std::string url;
-    };
-    test::SilentListener silent;
-    const Case cases[] = {
-        {"connection refused",
-         "http://127.0.0.1:" + std::to_string(test::closedLoopbackPort()) + "/x"},
-        {"never answers", "http://127.0.0.1:" + std::to_string(silent.port()) + "/x"},
+    const auto [closed, closedPort] = loopbackSocket();
+    ::close(closed);
+    const auto [silent, silentPort] = loopbackSocket();
+    ::listen(silent, 8);
+    const std::pair<const char*, std::string> cases[] = {
+        {"connection refused", "http://127.0.0.1:" + std::to_string(closedPort) + "/x"},
+        {"never answers", "http://127.0.0.1:" + std::to_string(silentPort) + "/x"},
         {"endless redirects", loopback.url("/loop")},
         {"unsupported scheme", "file:///etc/hostname"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.name);
-        NBXWebServiceRequest request(c.url);
+    for (const auto& [name, url] : cases) {
+        SCOPED_TRACE(name);
+        NBXWebServiceRequest request(url);
         request.setTimeout(300ms);
         const auto start = std::chrono::steady_clock::now();
         EXPECT_FALSE(request.executeRequest());
         EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
         EXPECT_TRUE(request.responseData().empty());
-        if (std::string(c.name) != "endless redirects") {
+        if (std::string(name) != "endless redirects") {
             EXPECT_EQ(request.httpStatusCode(), 0);
             EXPECT_EQ(request.httpLocalizdStringForStatusCode(), "No Response");
         }
     }
+    ::close(silent);
 }
 
 TEST_F(WebServiceRequestTest, MethodsBodiesAndHeadersArriveAsSet) {
-    struct Case {
-        const char* method;
-        std::optional<std::string> body;
-        const char* expectedContentType;  // nullptr: must be absent
-    };
-    const Case cases[] = {
-        {"GET", std::nullopt, nullptr},
+    const std::tuple<const char*, std::optional<std::string>, const char*> cases[] = {
+        {"GET", std::nullopt, ""},
         {"PUT", R"({"b":2})", "application/json"},
-        {"POST", std::nullopt, nullptr},
+        {"POST", std::nullopt, ""},
         {"POST", "x=1", "application/json"},
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(std::string(c.method) + " " + c.body.value_or("<none>"));
+    for (const auto& [method, body, contentType] : cases) {
+        SCOPED_TRACE(std::string(method) + " " + body.value_or("<none>"));
         NBXWebServiceRequest request(loopback.url("/echo"));
-        request.setHttpMethod(c.method);
-        if (c.body) request.setRequestData(Bytes(c.body->begin(), c.body->end()));
-        if (c.expectedContentType) request.setValue(c.expectedContentType, "Content-Type");
+        request.setHttpMethod(method);
+        if (body) request.setRequestData(Bytes(body->begin(), body->end()));
+        if (*contentType) request.setValue(std::string(contentType), "Content-Type");
         request.setValue(std::string("kept"), "appID");
         request.setValue(std::string(""), "countryCode");
         request.setValue(std::nullopt, "accessToken");
         request.setValue(std::string("line\r\nInjected: yes"), "identifier");
         ASSERT_TRUE(request.executeRequest());
-        EXPECT_EQ(arrival.method, c.method);
-        EXPECT_EQ(arrival.body, c.body.value_or(""));
-        EXPECT_EQ(arrival.headers.count("Content-Type"), c.expectedContentType ? 1u : 0u);
-        if (c.expectedContentType) {
-            EXPECT_EQ(arrival.headers.find("Content-Type")->second, c.expectedContentType);
-        }
-        EXPECT_EQ(arrival.headers.find("appID")->second, "kept");
-        EXPECT_EQ(arrival.headers.count("countryCode"), 0u);
-        EXPECT_EQ(arrival.headers.count("accessToken"), 0u);
-        EXPECT_EQ(arrival.headers.count("Injected"), 0u);
-        EXPECT_EQ(arrival.headers.count("Expect"), 0u);
+        EXPECT_EQ(arrival.method, method);
+        EXPECT_EQ(arrival.body, body.value_or(""));
+        EXPECT_EQ(arrival.get_header_value("Content-Type"), contentType);
+        EXPECT_EQ(arrival.get_header_value("appID"), "kept");
+        // Empty values and injected lines never reach the server, nor does a 100-continue wait.
+        for (const char* absent : {"countryCode", "accessToken", "Injected", "Expect"})
+            EXPECT_FALSE(arrival.has_header(absent)) << absent;
     }
 }
 
 TEST_F(WebServiceRequestTest, StreamedPiecesArriveWholeAndRewindOnRedirect) {
-    const std::string head = "--head\r\n";
-    std::vector<std::uint8_t> document(3 << 20);
+    const std::string head = "--head\r\n", tail = "\r\n--tail--\r\n";
+    std::string document(3 << 20, '\0');
     for (std::size_t i = 0; i < document.size(); ++i)
-        document[i] = static_cast<uint8_t>(i * 31);
-    const std::string tail = "\r\n--tail--\r\n";
+        document[i] = static_cast<char>(i * 31);
     const auto asSpan = [](const std::string& s) {
-        return std::span<const std::uint8_t>(reinterpret_cast<const std::uint8_t*>(s.data()),
-                                             s.size());
+        return std::span(reinterpret_cast<const std::uint8_t*>(s.data()), s.size());
     };
     for (const char* path : {"/echo", "/keep"}) {
         SCOPED_TRACE(path);
         NBXWebServiceRequest request(loopback.url(path));
         request.setHttpMethod("POST");
-        request.setRequestBodyPieces({asSpan(head), document, asSpan(tail)});
+        request.setRequestBodyPieces({asSpan(head), asSpan(document), asSpan(tail)});
         ASSERT_TRUE(request.executeRequest());
-        ASSERT_EQ(arrival.body.size(), head.size() + document.size() + tail.size());
-        EXPECT_EQ(arrival.body.substr(0, head.size()), head);
-        EXPECT_EQ(std::memcmp(document.data(), arrival.body.data() + head.size(), document.size()),
-                  0);
-        EXPECT_EQ(arrival.body.substr(arrival.body.size() - tail.size()), tail);
+        EXPECT_TRUE(arrival.body == head + document + tail) << "size " << arrival.body.size();
     }
 }
 

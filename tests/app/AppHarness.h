@@ -1,65 +1,165 @@
 #pragma once
 
+#include <gtest/gtest.h>
+#include <QtTest>
+#include <QtWidgets>
+
 #include <chrono>
 #include <deque>
+#include <filesystem>
+#include <fstream>
 #include <memory>
+#include <sstream>
 #include <string>
+#include <thread>
 #include <vector>
 
+#include "AboutSheet.h"
+#include "AlertSheet.h"
 #include "AppDelegate.h"
+#include "MainWindow.h"
+#include "NBXConnectManger.h"
+#include "NBXPrinterQManger.h"
+#include "NBXRefreshView.h"
+#include "NBXSendButton.h"
+#include "PhoneEntry.h"
+#include "PinEntry.h"
+#include "PrintLaterSheet.h"
+#include "PrinterScreen.h"
+#include "PrivateCupsd.h"
+#include "ProfilePhoneSheet.h"
+#include "PropertyListFile.h"
 #include "QtTestApp.h"
 #include "ScopedEnv.h"
+#include "SettingScreen.h"
 #include "TempHome.h"
+#include "UnlinkSheet.h"
+#include "WizardScreen.h"
 
 namespace nbx::test {
 
+using Texts = std::vector<std::string>;
+
+inline PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entries) {
+    return PropertyValue::dictionary(entries);
+}
+
 // Answers alerts from a script (the first button when it runs out) and records them.
-class RecordingAlerts : public AlertPresenter {
-public:
-    int runModal(const AlertRequest& request) override;
+struct RecordingAlerts : AlertPresenter {
+    int runModal(const AlertRequest& request) override {
+        shown.push_back(request);
+        if (answers.empty()) return 0;
+        const int answer = answers.front();
+        answers.pop_front();
+        return answer;
+    }
+    Texts texts() const {
+        Texts result;
+        for (const auto& alert : shown)
+            result.push_back(alert.text);
+        return result;
+    }
     std::vector<AlertRequest> shown;
     std::deque<int> answers;
 };
 
-class RecordingUrls : public UrlOpener {
-public:
+struct RecordingUrls : UrlOpener {
     void openURL(const std::string& url) override { opened.push_back(url); }
-    std::vector<std::string> opened;
+    Texts opened;
 };
 
 // A controller in a temporary home, English unless told otherwise, with the scheduler pointed
 // at a closed port unless a private one is running, and workers held until the test runs them.
 class AppHarness {
 public:
-    explicit AppHarness(const char* locale = "C", bool ownScheduler = true);
-    ~AppHarness();
+    explicit AppHarness(const char* locale = "C", bool ownScheduler = true)
+        : locale_("LC_ALL", locale), helpers_("NBX_HELPER_FOLDER", helperFolder().c_str()) {
+        std::filesystem::create_directories(helperFolder());
+        if (!ownScheduler) return;
+        // Nothing listens there: the queue is simply missing, and the machine's own
+        // scheduler is never asked.
+        scheduler_ = std::make_unique<ScopedEnv>("CUPS_SERVER", "127.0.0.1:9");
+        schedulerRoot_ = std::make_unique<ScopedEnv>("CUPS_SERVERROOT", home.path().c_str());
+    }
+    ~AppHarness() {
+        // The controller waits for every worker it started, so none may stay held back.
+        runWorkers();
+        delegate_.reset();
+        drainEvents();
+    }
 
-    AppDelegate& launch(QStringList arguments = {});
-    AppDelegate& delegate() { return *delegate_; }
-    // Runs the workers started so far, each on its own thread, and then the queued main-thread
-    // work they handed over.
-    void runWorkers();
-    static void drainEvents();
-    // Runs held workers, and those they start, until none is left.
-    void runAllWorkers();
+    AppDelegate& launch(QStringList arguments = {}) {
+        AppPlatform platform{alerts,
+                             urls,
+                             [this] { ++quits; },
+                             [this](std::function<void()> work) { workers.push_back(work); },
+                             pinValiditySeconds,
+                             countdownTick};
+        if (realThreads) platform.detach = nullptr;
+        delegate_ = std::make_unique<AppDelegate>(std::move(platform));
+        arguments.prepend("nimbrix-agent");
+        delegate_->applicationDidFinishLaunching(arguments);
+        return *delegate_;
+    }
+    // Runs held workers, each on its own thread, and those they start, until none is left;
+    // then the main-thread work they handed over.
+    void runWorkers() {
+        while (!workers.empty()) {
+            auto pending = std::move(workers);
+            workers.clear();
+            for (auto& work : pending)
+                std::thread(work).join();
+            drainEvents();
+        }
+    }
+    static void drainEvents() {
+        for (int i = 0; i < 3; ++i)
+            QCoreApplication::processEvents();
+    }
     // Processes main-thread events until the condition holds or the time is up.
     static bool waitFor(const std::function<bool()>& condition,
-                        std::chrono::milliseconds limit = std::chrono::seconds(20));
+                        std::chrono::milliseconds limit = std::chrono::seconds(20)) {
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        while (!condition()) {
+            if (std::chrono::steady_clock::now() > deadline) return false;
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+            std::this_thread::sleep_for(std::chrono::milliseconds(2));
+        }
+        return true;
+    }
 
-    std::string userFile(const std::string& name) const;
-    void signIn(const std::string& code, const std::string& phone) const;
-    void writeUserFile(const std::string& name, const PropertyValue& value) const;
+    std::string userFile(const std::string& name) const {
+        return home.appSupportFolder() + "/" + name;
+    }
+    PropertyValue readUserFile(const std::string& name) const {
+        return readPropertyListFile(userFile(name)).value_or(nullptr);
+    }
+    void writeUserFile(const std::string& name, const PropertyValue& value) const {
+        std::filesystem::create_directories(home.appSupportFolder());
+        writePropertyListFile(userFile(name), value);
+    }
+    void signIn(const std::string& code, const std::string& phone) const {
+        writeUserFile("MyInfo.plist", dict({{"CountryCode", code}, {"PhoneNumber", phone}}));
+    }
+    std::string target() const { return home.path() + "/job-target.plist"; }
+    QString targetArgument() const { return QString::fromStdString("-nbxtarget:" + target()); }
     // A setup application that records its arguments in setupArguments().
-    void installSetupApplication() const;
-    std::string setupArguments() const;
+    void installSetupApplication() const {
+        const std::string folder = helperFolder() + "Nimbrix Setup.app/Contents/MacOS/";
+        std::filesystem::create_directories(folder);
+        std::ofstream(folder + "Nimbrix Setup")
+            << "#!/bin/sh\nprintf '%s' \"$*\" > \"" << home.path() << "/setup-arguments\"\n";
+        std::filesystem::permissions(folder + "Nimbrix Setup", std::filesystem::perms::owner_all);
+    }
+    std::string setupArguments() const {
+        std::stringstream text;
+        text << std::ifstream(home.path() + "/setup-arguments").rdbuf();
+        return text.str();
+    }
     std::string helperFolder() const { return home.path() + "/helpers/"; }
 
     QtAppUser app;
     TempHome home;
-    ScopedEnv locale;
-    ScopedEnv helpers;
-    std::unique_ptr<ScopedEnv> scheduler;
-    std::unique_ptr<ScopedEnv> schedulerRoot;
     std::shared_ptr<RecordingAlerts> alerts = std::make_shared<RecordingAlerts>();
     std::shared_ptr<RecordingUrls> urls = std::make_shared<RecordingUrls>();
     int quits = 0;
@@ -71,7 +171,18 @@ public:
     std::vector<std::function<void()>> workers;
 
 private:
+    ScopedEnv locale_;
+    ScopedEnv helpers_;
+    std::unique_ptr<ScopedEnv> scheduler_;
+    std::unique_ptr<ScopedEnv> schedulerRoot_;
     std::unique_ptr<AppDelegate> delegate_;
+};
+
+// A private scheduler with the built printer description, the queue removed afterwards.
+class QueueTest : public PrivateCupsdTest {
+protected:
+    void TearDown() override { NBXPrinterQManger::removePrinterQ(); }
+    ScopedEnv ppd{"NBX_PPD_FILE", NBX_BIN_DIR "/../share/nimbrix/ppd/Nimbrix.gz"};
 };
 
 }  // namespace nbx::test

@@ -74,12 +74,7 @@ TEST_F(CloudFaultTest, BadInputSendsNothing) {
          sender(R"({"users":[{"phoneNumber":"5550100"}]})")},
         {"empty person list", &I::getSubsriberInformation, sender(R"({"users":[]})")},
         {"upload without document", &I::uploadContentJob, sender(R"({"fileName":"a.pdf"})")},
-        {"upload with empty document", &I::uploadContentJob,
-         [] {
-             PropertyValue input = sender(R"({"fileName":"a.pdf"})");
-             input.set("pdfData", Bytes{});
-             return input;
-         }()},
+        {"upload with empty document", &I::uploadContentJob, upload("a.pdf", Bytes{})},
         {"pin without code", &I::validateIdentifier,
          fromJSON(R"({"senderPhoneNumber":"7700900123","countryCode":"44"})")},
         {"pin request without phone", &I::requestAuthentication,
@@ -100,13 +95,11 @@ TEST_F(CloudFaultTest, BadInputSendsNothing) {
 
 TEST_F(CloudFaultTest, SomeOperationsFailSilentlyOnUndecodableAnswers) {
     injectFault(R"({"path":"*","body":"not json","times":0})");
-    PropertyValue upload = sender(R"({"fileName":"a.pdf"})");
-    upload.set("pdfData", Bytes{'%', 'P'});
     const std::pair<Operation, PropertyValue> silent[] = {
         {&I::requestAuthentication, fromJSON(R"({"identifier":"7700900123","countryCode":"44"})")},
         {&I::requestAuthenticationByPushMessage,
          fromJSON(R"({"identifier":"7700900123","countryCode":"44"})")},
-        {&I::uploadContentJob, upload}};
+        {&I::uploadContentJob, upload("a.pdf", Bytes{'%', 'P'})}};
     for (const auto& [op, input] : silent) {
         PropertyValue error;
         EXPECT_FALSE(((*cloud).*op)(input, nullptr, &error));
@@ -117,28 +110,9 @@ TEST_F(CloudFaultTest, SomeOperationsFailSilentlyOnUndecodableAnswers) {
     EXPECT_EQ(error["errorCode"], PropertyValue(1005));
 }
 
-// Answers the emulator cannot give: bytes that are not UTF-8, and no endpoint at all.
-TEST(CloudAnswers, NotUtf8GivesParseErrorAndNoEndpointGivesNoErrorInformation) {
-    LoopbackServer server;
-    server.server().Put("/api/printmgtsvc/agent/state", [](const auto&, auto& res) {
-        res.set_content(std::string("{\"a\":\"\xFF\xFE\"}"), "application/json");
-    });
-    server.start();
-    PropertyValue error;
-    auto cloud = I::interfaceWithNBXServerInformation(server.hostPort(), "/api", "http://");
-    EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
-    EXPECT_EQ(error["errorCode"], PropertyValue(1005));
-    EXPECT_EQ(error["ErrorDebugInformation"], PropertyValue(""));
-
-    cloud = I::interfaceWithNBXServerInformation("", "/api", "http://");
-    EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
-    EXPECT_EQ(error["errorCode"], PropertyValue(1001));
-    EXPECT_EQ(error["ErrorDescription"],
-              PropertyValue("There is no Error information from Communication Interface"));
-}
-
-// The two calls that leave the usual endpoint or header set.
-TEST(CloudSideDoors, PrinterStatusAndGenericRequestSendTheirOwnHeaders) {
+// What the emulator cannot do: answer bytes that are not UTF-8, take calls that leave the usual
+// endpoint or header set; and no endpoint at all.
+TEST(CloudLoopback, UndecodableTextSideDoorsAndNoEndpoint) {
     LoopbackServer server;
     httplib::Request seen;
     const auto record = [&](const httplib::Request& req, httplib::Response& res) {
@@ -147,9 +121,16 @@ TEST(CloudSideDoors, PrinterStatusAndGenericRequestSendTheirOwnHeaders) {
     };
     server.server().Get(R"(/.*)", record);
     server.server().Post(R"(/.*)", record);
+    server.server().Put("/api/printmgtsvc/agent/state", [](const auto&, auto& res) {
+        res.set_content(std::string("{\"a\":\"\xFF\xFE\"}"), "application/json");
+    });
     server.start();
     const std::string host = server.hostPort();
     auto cloud = I::interfaceWithNBXServerInformation(host, "/api", "http://");
+    PropertyValue error;
+    EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
+    EXPECT_EQ(error["errorCode"], PropertyValue(1005));
+    EXPECT_EQ(error["ErrorDebugInformation"], PropertyValue(""));
 
     PropertyValue answer;
     EXPECT_TRUE(cloud->getValmoraAccountBindingInformation1(
@@ -167,6 +148,12 @@ TEST(CloudSideDoors, PrinterStatusAndGenericRequestSendTheirOwnHeaders) {
     EXPECT_EQ(seen.has_header("identifier"), wire.macAddress().has_value());
     for (const char* absent : {"deviceId", "countryCode", "accessToken"})
         EXPECT_FALSE(seen.has_header(absent)) << absent;
+
+    cloud = I::interfaceWithNBXServerInformation("", "/api", "http://");
+    EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
+    EXPECT_EQ(error["errorCode"], PropertyValue(1001));
+    EXPECT_EQ(error["ErrorDescription"],
+              PropertyValue("There is no Error information from Communication Interface"));
 }
 
 }  // namespace

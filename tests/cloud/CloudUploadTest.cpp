@@ -23,10 +23,10 @@ TEST_F(CloudUploadTest, BodyIsExactlyOnePartWithTheCleanedFileName) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.fileName);
         emulator.clearRequests();
-        PropertyValue input = sender(), returned, error;
-        input.set("fileName", c.fileName);
-        input.set("pdfData", Bytes(c.document.begin(), c.document.end()));
-        EXPECT_TRUE(cloud->uploadContentJob(input, &returned, &error)) << error.description();
+        PropertyValue returned, error;
+        EXPECT_TRUE(cloud->uploadContentJob(
+            upload(c.fileName, Bytes(c.document.begin(), c.document.end())), &returned, &error))
+            << error.description();
         EXPECT_TRUE(returned["contentKey"].isString()) << returned.description();
 
         const PropertyValue sent = lastRequest();
@@ -40,13 +40,7 @@ TEST_F(CloudUploadTest, BodyIsExactlyOnePartWithTheCleanedFileName) {
             << headers["Content-Type"];
         const std::string boundary = match[1];
         headers.erase("Content-Type");
-        std::map<std::string, std::string> expected = {
-            {"appID", NBXCommunicationInterface::NBXD2AppID()},
-            {"countryCode", kCountryCode},
-            {"identifier", kPhoneNumber},
-            {"accessToken", kAccessToken}};
-        if (wire().macAddress()) expected["deviceId"] = *wire().macAddress();
-        EXPECT_EQ(headers, expected);
+        EXPECT_EQ(headers, expectedHeaders("appID deviceId countryCode identifier accessToken"));
 
         const std::string expectedBody =
             "--" + boundary + "\r\nContent-Disposition: form-data; name=\"content\"; filename=\"" +

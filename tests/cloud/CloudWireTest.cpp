@@ -1,8 +1,6 @@
 // What every operation puts on the wire, as the emulator logged it.
 #include <gtest/gtest.h>
 
-#include <sstream>
-
 #include "EmulatorFixture.h"
 
 namespace nbx::test {
@@ -89,27 +87,7 @@ const WireCase kCases[] = {
      kPlain.c_str()},
 };
 
-class CloudWireTest : public EmulatorFixture {
-protected:
-    // Only headers with a value are expected on the wire.
-    std::map<std::string, std::string> expectedHeaders(const std::string& names) {
-        const std::map<std::string, std::optional<std::string>> values = {
-            {"appID", NBXCommunicationInterface::NBXD2AppID()},
-            {"deviceId", wire().macAddress()},
-            {"Content-Type", "application/json"},
-            {"countryCode", kCountryCode},
-            {"identifier", kPhoneNumber},
-            {"accessToken", kAccessToken},
-            {"clientVersionMajor", wire().kclientVersionMajorNum()},
-            {"clientVersionMinor", wire().kclientVersionMinorNum()}};
-        std::map<std::string, std::string> expected;
-        std::istringstream words(names);
-        for (std::string name; words >> name;)
-            if (const auto& value = values.at(name); value && !value->empty())
-                expected[name] = *value;
-        return expected;
-    }
-};
+class CloudWireTest : public EmulatorFixture {};
 
 TEST_F(CloudWireTest, EveryOperationSendsItsMethodPathHeadersAndBody) {
     for (const auto& c : kCases) {

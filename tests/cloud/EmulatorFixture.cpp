@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <set>
+#include <sstream>
 
 #include "JSONKit.h"
 
@@ -45,6 +46,30 @@ PropertyValue EmulatorFixture::sender(std::string_view extra) {
         for (const auto& [key, value] : *entries.dictionaryPtr())
             input.set(key, value);
     return input;
+}
+
+PropertyValue EmulatorFixture::upload(const std::string& fileName, const Bytes& document) {
+    PropertyValue input = sender();
+    input.set("fileName", fileName);
+    input.set("pdfData", document);
+    return input;
+}
+
+std::map<std::string, std::string> EmulatorFixture::expectedHeaders(const std::string& names) {
+    const std::map<std::string, std::optional<std::string>> values = {
+        {"appID", NBXCommunicationInterface::NBXD2AppID()},
+        {"deviceId", wire().macAddress()},
+        {"Content-Type", "application/json"},
+        {"countryCode", kCountryCode},
+        {"identifier", kPhoneNumber},
+        {"accessToken", kAccessToken},
+        {"clientVersionMajor", wire().kclientVersionMajorNum()},
+        {"clientVersionMinor", wire().kclientVersionMinorNum()}};
+    std::map<std::string, std::string> expected;
+    std::istringstream words(names);
+    for (std::string name; words >> name;)
+        if (const auto& value = values.at(name); value && !value->empty()) expected[name] = *value;
+    return expected;
 }
 
 PropertyValue EmulatorFixture::lastRequest() {

@@ -29,6 +29,8 @@ class EmulatorFixture : public ::testing::Test {
 public:
     // The caller's sender keys plus the keys of the JSON object `extra`.
     static PropertyValue sender(std::string_view extra = "{}");
+    // The sender keys with a document to upload.
+    static PropertyValue upload(const std::string& fileName, const Bytes& document);
 
 protected:
     void SetUp() override;
@@ -37,6 +39,8 @@ protected:
     PropertyValue lastRequest();
     // Headers of a logged request without the ones the transport adds by itself.
     static std::map<std::string, std::string> applicationHeaders(const PropertyValue& entry);
+    // The fixture's values for the space-separated header `names`; empty ones are left out.
+    std::map<std::string, std::string> expectedHeaders(const std::string& names);
     NBXCommunicationInterface& wire() { return *cloud->communicationInterface(); }
     void injectFault(std::string_view json) { emulator.injectFault(fromJSON(json)); }
 

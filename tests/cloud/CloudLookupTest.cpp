@@ -5,7 +5,6 @@
 #include <fstream>
 
 #include "EmulatorFixture.h"
-#include "JSONKit.h"
 #include "PropertyListFile.h"
 
 namespace nbx::test {
@@ -20,13 +19,8 @@ protected:
         return NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
             configuration, returned, error);
     }
-    PropertyValue lookupQuery() {
-        const PropertyValue log = emulator.requests();
-        for (std::size_t i = 0; i < log.size(); ++i)
-            if (log.at(i)["path"] == PropertyValue("/nbx/v2/svclookup/service"))
-                return log.at(i)["query"];
-        return {};
-    }
+    // The lookup is the only request an interface makes while being created.
+    PropertyValue lookupQuery() { return emulator.requests().at(0)["query"]; }
     PropertyValue sentBody() { return fromJSON(lastRequest()["body"].string().value_or("")); }
 };
 

@@ -16,10 +16,6 @@ namespace {
 using namespace std::chrono_literals;
 using test::LoopbackServer;
 
-std::string text(const Bytes& bytes) {
-    return std::string(bytes.begin(), bytes.end());
-}
-
 // A bound loopback socket and its port; a listening one accepts connections nobody answers.
 std::pair<int, int> loopbackSocket() {
     const int fd = ::socket(AF_INET, SOCK_STREAM, 0);
@@ -52,7 +48,6 @@ protected:
             arrival = req;
             res.set_content("echo", "text/plain");
         };
-        s.Get("/echo", echo);
         s.Post("/echo", echo);
         s.Put("/echo", echo);
         loopback.start();
@@ -66,7 +61,7 @@ TEST_F(WebServiceRequestTest, OnlyTheFinalBodyOfARedirectChainIsKept) {
     NBXWebServiceRequest request(loopback.url("/hop1"));
     EXPECT_TRUE(request.executeRequest());
     EXPECT_EQ(request.httpStatusCode(), 200);
-    EXPECT_EQ(text(request.responseData()), "final");
+    EXPECT_EQ(request.responseData(), Bytes({'f', 'i', 'n', 'a', 'l'}));
 }
 
 TEST_F(WebServiceRequestTest, TransportFailuresGiveNoWithStatusZero) {
@@ -96,32 +91,22 @@ TEST_F(WebServiceRequestTest, TransportFailuresGiveNoWithStatusZero) {
     ::close(silent);
 }
 
-TEST_F(WebServiceRequestTest, MethodsBodiesAndHeadersArriveAsSet) {
-    const std::tuple<const char*, std::optional<std::string>, const char*> cases[] = {
-        {"GET", std::nullopt, ""},
-        {"PUT", R"({"b":2})", "application/json"},
-        {"POST", std::nullopt, ""},
-        {"POST", "x=1", "application/json"},
-    };
-    for (const auto& [method, body, contentType] : cases) {
-        SCOPED_TRACE(std::string(method) + " " + body.value_or("<none>"));
-        NBXWebServiceRequest request(loopback.url("/echo"));
-        request.setHttpMethod(method);
-        if (body) request.setRequestData(Bytes(body->begin(), body->end()));
-        if (*contentType) request.setValue(std::string(contentType), "Content-Type");
-        request.setValue(std::string("kept"), "appID");
-        request.setValue(std::string(""), "countryCode");
-        request.setValue(std::nullopt, "accessToken");
-        request.setValue(std::string("line\r\nInjected: yes"), "identifier");
-        ASSERT_TRUE(request.executeRequest());
-        EXPECT_EQ(arrival.method, method);
-        EXPECT_EQ(arrival.body, body.value_or(""));
-        EXPECT_EQ(arrival.get_header_value("Content-Type"), contentType);
-        EXPECT_EQ(arrival.get_header_value("appID"), "kept");
-        // Empty values and injected lines never reach the server, nor does a 100-continue wait.
-        for (const char* absent : {"countryCode", "accessToken", "Injected", "Expect"})
-            EXPECT_FALSE(arrival.has_header(absent)) << absent;
-    }
+// Methods, bodies and the usual headers are checked per operation against the emulator.
+TEST_F(WebServiceRequestTest, EmptyAndInjectedHeaderValuesNeverArrive) {
+    NBXWebServiceRequest request(loopback.url("/echo"));
+    request.setHttpMethod("PUT");
+    request.setRequestData(Bytes{'{', '}'});
+    request.setValue(std::string("kept"), "appID");
+    request.setValue(std::string(""), "countryCode");
+    request.setValue(std::nullopt, "accessToken");
+    request.setValue(std::string("line\r\nInjected: yes"), "identifier");
+    ASSERT_TRUE(request.executeRequest());
+    EXPECT_EQ(arrival.method, "PUT");
+    EXPECT_EQ(arrival.body, "{}");
+    EXPECT_EQ(arrival.get_header_value("appID"), "kept");
+    // Nor does a wait for a 100-continue answer.
+    for (const char* absent : {"countryCode", "accessToken", "Injected", "Expect"})
+        EXPECT_FALSE(arrival.has_header(absent)) << absent;
 }
 
 TEST_F(WebServiceRequestTest, StreamedPiecesArriveWholeAndRewindOnRedirect) {

@@ -40,6 +40,8 @@ namespace nbx::test {
 
 using Texts = std::vector<std::string>;
 
+inline const std::string kQueueFailed = "Adding Printer in System Preferences is failed.";
+
 inline PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entries) {
     return PropertyValue::dictionary(entries);
 }

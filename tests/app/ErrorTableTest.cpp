@@ -41,11 +41,10 @@ TEST(ErrorTable, EveryCodeShowsItsMessageAndTheCodeLine) {
         SCOPED_TRACE(code.description());
         h.alerts->shown.clear();
         NBXConnectManger::runAlertPanel(code, {*h.alerts});
-        EXPECT_EQ(h.alerts->texts(),
-                  text.empty() ? std::vector<std::string>{} : std::vector<std::string>{text});
+        EXPECT_EQ(h.alerts->texts(), text.empty() ? Texts{} : Texts{text});
         if (text.empty()) continue;
         EXPECT_EQ(h.alerts->shown[0].title, "Error");
-        EXPECT_EQ(h.alerts->shown[0].buttons, std::vector<std::string>{"OK"});
+        EXPECT_EQ(h.alerts->shown[0].buttons, Texts{"OK"});
     }
 }
 
@@ -61,11 +60,10 @@ TEST(ErrorTable, PhoneLimitNamesTheStoredNumber) {
         if (c.number) h.signIn(c.country, c.number);
         NBXConnectManger::runAlertPanel("31002", {*h.alerts});
         EXPECT_EQ(h.alerts->texts(),
-                  std::vector<std::string>{
-                      "You can't register printer anymore to this phone number(" + c.shown +
-                      ") because the number of registrable printers has been exceeded. Please "
-                      "try again after removing a registered printer from mobile app. [Error "
-                      "Code: 2 - 31002]"});
+                  Texts{"You can't register printer anymore to this phone number(" + c.shown +
+                        ") because the number of registrable printers has been exceeded. Please "
+                        "try again after removing a registered printer from mobile app. [Error "
+                        "Code: 2 - 31002]"});
     }
 }
 
@@ -84,76 +82,62 @@ TEST(ErrorTable, CodeLineNeedsBothPlaceholdersAndACode) {
         EXPECT_EQ(NBXConnectManger::codeLine(c.pattern, c.code), c.line) << c.pattern;
 }
 
-TEST(ErrorTable, MessageAlertsShowTheTextInTheUsersLanguage) {
-    for (const bool german : {false, true}) {
-        AppHarness h(german ? "de_DE.UTF-8" : "C");
-        NBXConnectManger::runAlertPanel("1002", {*h.alerts});
-        NBXConnectManger::runAlertMSG("Adding Printer in System Preferences is failed.",
-                                      {*h.alerts});
-        ASSERT_EQ(h.alerts->shown.size(), 2u);
-        for (const auto& alert : h.alerts->shown)
-            EXPECT_EQ(alert.title, german ? "Fehler" : "Error");
-        EXPECT_EQ(h.alerts->shown[0].text, german ? "Verbindungsfehler [Fehlercode: 2 - 1002]"
-                                                  : "Connection error [Error Code: 2 - 1002]");
-        EXPECT_EQ(h.alerts->shown[1].text == "Adding Printer in System Preferences is failed.",
-                  !german);
-    }
+TEST(ErrorTable, SecondLanguageShowsItsOwnTexts) {
+    AppHarness h("de_DE.UTF-8");
+    NBXConnectManger::runAlertPanel("1002", {*h.alerts});
+    NBXConnectManger::runAlertMSG(kQueueFailed, {*h.alerts});
+    ASSERT_EQ(h.alerts->shown.size(), 2u);
+    EXPECT_EQ(h.alerts->shown[0].title, "Fehler");
+    EXPECT_EQ(h.alerts->shown[0].text, "Verbindungsfehler [Fehlercode: 2 - 1002]");
+    EXPECT_NE(h.alerts->shown[1].text, kQueueFailed);
 }
 
 // --- the controller's reaction
 
-TEST(ManageErrCode, EveryCodeStopsTheOverlay) {
-    for (const std::string code : {"PTS71282", "73000", "1002", "43000", "13002"}) {
-        AppHarness h;
-        AppDelegate& d = h.launch();
-        d.showRefreshWindow("START", true);
-        ASSERT_FALSE(d.window()->refreshView->isHidden());
-        d.manageErrCode(code);
-        EXPECT_TRUE(d.window()->refreshView->isHidden()) << code;
-        EXPECT_TRUE(d.window()->refreshAction->isEnabled());
-        const bool silent = code == "PTS71282" || code == "73000" || code == "13002";
-        EXPECT_EQ(h.alerts->shown.empty(), silent) << code;
-        EXPECT_EQ(h.quits, 0);
-    }
-}
+const char* const kRegisterAgain = "Phone is not registered. Please, register your phone again.";
 
-TEST(ManageErrCode, UnknownPhoneDropsTheAgentFileAndAsksToRegisterAgain) {
+TEST(ManageErrCode, EveryCodeStopsTheOverlay) {
     struct {
-        bool setupInstalled;
-        int answer;
+        std::string code;
+        bool setupInstalled;  // the unknown phone asks to register again only with it
+        int answer, quits;
         std::string setupArguments;
-        int quits;
-    } const cases[] = {{false, 0, "", 0}, {true, 0, "-userchange", 0}, {true, 1, "", 1}};
+        Texts alerts;
+        int state;
+    } const cases[] = {
+        {"PTS71282", false, 0, 0, "", {}, 2},
+        {"73000", false, 0, 0, "", {}, 2},
+        {"1002", false, 0, 0, "", {"Connection error [Error Code: 2 - 1002]"}, 2},
+        {"43000", false, 0, 0, "", {"Unknown cloud server error. [Error Code: 2 - 43000]"}, 2},
+        {"16000", false, 0, 0, "", {kQueueFailed + " [Error Code: 2 - 16000]"}, 7},
+        {"13002", false, 0, 0, "", {}, 2},
+        {"13002", true, 0, 0, "-userchange", {kRegisterAgain}, 2},
+        {"13002", true, 1, 1, "", {kRegisterAgain}, 2},
+    };
     for (const auto& c : cases) {
+        SCOPED_TRACE(c.code + c.setupArguments);
         AppHarness h;
         if (c.setupInstalled) h.installSetupApplication();
         AppDelegate& d = h.launch();
         h.writeUserFile("AgentPL.plist", PropertyValue::array());
         h.alerts->answers = {c.answer};
-        d.manageErrCode("13002");
-        EXPECT_FALSE(std::filesystem::exists(h.userFile("AgentPL.plist")));
-        EXPECT_EQ(h.setupArguments(), c.setupArguments);
+        d.showRefreshWindow("START", true);
+        ASSERT_FALSE(d.window()->refreshView->isHidden());
+        d.manageErrCode(c.code);
+        EXPECT_TRUE(d.window()->refreshView->isHidden());
+        EXPECT_TRUE(d.window()->refreshAction->isEnabled());
+        EXPECT_EQ(h.alerts->texts(), c.alerts);
         EXPECT_EQ(h.quits, c.quits);
-        ASSERT_EQ(h.alerts->shown.size(), c.setupInstalled ? 1u : 0u);
+        EXPECT_EQ(h.setupArguments(), c.setupArguments);
+        EXPECT_EQ(d.nCrtFunctionNum, c.state);
+        if (c.code == "13002" || c.code == "16000")
+            EXPECT_FALSE(std::filesystem::exists(h.userFile("AgentPL.plist")));
+        if (c.state == 7)
+            EXPECT_EQ(d.window()->currentScreen(), (QWidget*)d.window()->printerScreen);
         if (!c.setupInstalled) continue;
         EXPECT_EQ(h.alerts->shown[0].title, "Authentication Confirmation");
-        EXPECT_EQ(h.alerts->shown[0].text,
-                  "Phone is not registered. Please, register your phone again.");
-        EXPECT_EQ(h.alerts->shown[0].buttons, (std::vector<std::string>{"Yes", "No"}));
+        EXPECT_EQ(h.alerts->shown[0].buttons, (Texts{"Yes", "No"}));
     }
-}
-
-TEST(ManageErrCode, QueueFailureReturnsToTheSettingScreen) {
-    AppHarness h;
-    AppDelegate& d = h.launch();
-    h.writeUserFile("AgentPL.plist", PropertyValue::array());
-    d.setPlusbtn(false);
-    d.manageErrCode("16000");
-    EXPECT_EQ(h.alerts->texts(), std::vector<std::string>{"Adding Printer in System Preferences "
-                                                          "is failed. [Error Code: 2 - 16000]"});
-    EXPECT_FALSE(std::filesystem::exists(h.userFile("AgentPL.plist")));
-    EXPECT_EQ(d.nCrtFunctionNum, 7);
-    EXPECT_EQ(d.window()->currentScreen(), (QWidget*)d.window()->printerScreen);
 }
 
 TEST(ManageErrCode, PrintLaunchEndsUnlessTheCapabilityCheckIsDone) {

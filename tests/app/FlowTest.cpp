@@ -113,31 +113,29 @@ TEST(MainThreadHandOff, OverlayChangesFromAWorkerWaitForTheMainThread) {
     EXPECT_FALSE(overlay->isProgressShown());
 }
 
-TEST(Refresh, WithoutAPhoneTheListEmptiesAndTheUserIsTold) {
-    AppHarness h;
-    AppDelegate& d = h.launch();
-    d.arrSaveAgentList = agents();
-    d.clickRefreshbtnOnMain();
-    ASSERT_EQ(h.workers.size(), 1u);
-    h.runWorkers();
-    EXPECT_EQ(d.arrSaveAgentList.size(), 0u);
-    EXPECT_EQ(d.window()->printerScreen->printerTable()->count(), 0);
-    EXPECT_TRUE(d.window()->alertSheet->isVisible());
-    EXPECT_EQ(d.window()->alertSheet->message().toStdString(),
-              "Please authenticate your phone number in My Profile first.");
-    d.window()->alertSheet->okButton()->click();
-    EXPECT_FALSE(d.window()->alertSheet->isVisible());
-}
-
-TEST(Refresh, SignedInRunsBothRefreshesAndEndsWithTheOverlayDown) {
-    AppHarness h;
-    h.signIn("82", "101234");
-    AppDelegate& d = h.launch();
-    d.clickRefreshbtnOnMain();
-    h.runWorkers();
-    EXPECT_FALSE(d.window()->alertSheet->isVisible());
-    EXPECT_TRUE(d.window()->refreshView->isHidden());
-    EXPECT_EQ(d.dicUpdateInfo["Command"].string(), "GetPolling");
+// Without a phone the list empties and the user is told; signed in, both refreshes run.
+TEST(Refresh, EndsWithTheOverlayDown) {
+    for (const bool signedIn : {false, true}) {
+        AppHarness h;
+        if (signedIn) h.signIn("82", "101234");
+        AppDelegate& d = h.launch();
+        d.arrSaveAgentList = agents();
+        d.clickRefreshbtnOnMain();
+        ASSERT_EQ(h.workers.size(), 1u);
+        h.runWorkers();
+        EXPECT_TRUE(d.window()->refreshView->isHidden());
+        EXPECT_EQ(d.window()->alertSheet->isVisible(), !signedIn);
+        if (signedIn) {
+            EXPECT_EQ(d.dicUpdateInfo["Command"].string(), "GetPolling");
+            continue;
+        }
+        EXPECT_EQ(d.arrSaveAgentList.size(), 0u);
+        EXPECT_EQ(d.window()->printerScreen->printerTable()->count(), 0);
+        EXPECT_EQ(d.window()->alertSheet->message().toStdString(),
+                  "Please authenticate your phone number in My Profile first.");
+        d.window()->alertSheet->okButton()->click();
+        EXPECT_FALSE(d.window()->alertSheet->isVisible());
+    }
 }
 
 TEST(Links, OpenTheSiteAndTheManagementPage) {
@@ -146,10 +144,9 @@ TEST(Links, OpenTheSiteAndTheManagementPage) {
     d.clickWebLink();
     d.clickMoreInfo();
     emit d.window()->aboutSheet->siteLink()->linkActivated("ignored");
-    EXPECT_EQ(h.urls->opened,
-              (std::vector<std::string>{"https://www.nimbrix.example",
-                                        "https://www.nimbrix.example/agree_device_management.html",
-                                        "https://www.nimbrix.example"}));
+    EXPECT_EQ(h.urls->opened, (Texts{"https://www.nimbrix.example",
+                                     "https://www.nimbrix.example/agree_device_management.html",
+                                     "https://www.nimbrix.example"}));
 }
 
 TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
@@ -160,10 +157,7 @@ TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
         d.runNBXSetup("signout");
         AppHarness::drainEvents();
         EXPECT_EQ(h.setupArguments(), installed ? "-signout" : "");
-        EXPECT_EQ(h.alerts->texts(), installed
-                                         ? std::vector<std::string>{}
-                                         : std::vector<std::string>{
-                                               "Adding Printer in System Preferences is failed."});
+        EXPECT_EQ(h.alerts->texts(), installed ? Texts{} : Texts{kQueueFailed});
     }
 }
 

@@ -162,8 +162,7 @@ TEST_F(QueueStartup, FailedInstallShowsTheAlertAndStays) {
     d.nextAction();
     EXPECT_TRUE(h.alerts->shown.empty());  // handed over, not shown at once
     AppHarness::drainEvents();
-    EXPECT_EQ(h.alerts->texts(),
-              std::vector<std::string>{"Adding Printer in System Preferences is failed."});
+    EXPECT_EQ(h.alerts->texts(), Texts{kQueueFailed});
     EXPECT_EQ(d.nCrtFunctionNum, 2);
 }
 

@@ -138,17 +138,6 @@ TEST(Refresh, EndsWithTheOverlayDown) {
     }
 }
 
-TEST(Links, OpenTheSiteAndTheManagementPage) {
-    AppHarness h;
-    AppDelegate& d = h.launch();
-    d.clickWebLink();
-    d.clickMoreInfo();
-    emit d.window()->aboutSheet->siteLink()->linkActivated("ignored");
-    EXPECT_EQ(h.urls->opened, (Texts{"https://www.nimbrix.example",
-                                     "https://www.nimbrix.example/agree_device_management.html",
-                                     "https://www.nimbrix.example"}));
-}
-
 TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
     for (const bool installed : {false, true}) {
         AppHarness h;
@@ -177,31 +166,32 @@ TEST(Sheets, PrintLaterStoresItsBoxAsABoolean) {
     }
 }
 
-TEST(Sheets, AboutShowsTheVersionAndClosingStopsTheOverlay) {
+TEST(Sheets, AboutLinksUnlinkAndCountdownTexts) {
     AppHarness h;
     AppDelegate& d = h.launch();
-    d.window()->aboutAction->trigger();
-    EXPECT_TRUE(d.window()->aboutSheet->isVisible());
-    EXPECT_TRUE(d.window()->aboutSheet->versionLine().startsWith("2.00.125 ("));
+    MainWindow* w = d.window();
+    w->aboutAction->trigger();
+    EXPECT_TRUE(w->aboutSheet->isVisible());
+    EXPECT_TRUE(w->aboutSheet->versionLine().startsWith("2.00.125 ("));
     d.showRefreshWindow("START", true);
-    d.window()->aboutSheet->okButton()->click();
-    EXPECT_FALSE(d.window()->aboutSheet->isVisible());
-    EXPECT_TRUE(d.window()->refreshView->isHidden());
+    w->aboutSheet->okButton()->click();
+    EXPECT_FALSE(w->aboutSheet->isVisible());
+    EXPECT_TRUE(w->refreshView->isHidden());
     EXPECT_EQ(AboutSheet::fillVersion("v$VERSION$ / $VERSION$", "2.0"), "v2.0 / 2.0");
-}
-
-TEST(Sheets, CountdownAndUnlinkTexts) {
+    d.clickWebLink();
+    d.clickMoreInfo();
+    emit w->aboutSheet->siteLink()->linkActivated("ignored");
+    EXPECT_EQ(h.urls->opened, (Texts{"https://www.nimbrix.example",
+                                     "https://www.nimbrix.example/agree_device_management.html",
+                                     "https://www.nimbrix.example"}));
+    w->unlinkSheet->setPrinterName("Office %1%");
+    EXPECT_EQ(w->unlinkSheet->question(), "Are you sure to delete cloud printer 'Office %1%'?");
     const std::pair<int, QString> cases[] = {{1800, "30:00"}, {600, "10:00"}, {65, "1:05"},
                                              {10, "0:10"},    {9, "0:09"},    {0, "0:00"}};
     for (const auto& [seconds, text] : cases) {
         EXPECT_EQ(ProfilePhoneSheet::countdownText(seconds), text) << seconds;
         EXPECT_EQ(AppDelegate::countdownText(seconds), text) << seconds;
     }
-    AppHarness h;
-    AppDelegate& d = h.launch();
-    d.window()->unlinkSheet->setPrinterName("Office %1%");
-    EXPECT_EQ(d.window()->unlinkSheet->question(),
-              "Are you sure to delete cloud printer 'Office %1%'?");
 }
 
 TEST(Screens, EachShowingOperationSetsItsState) {

@@ -16,35 +16,30 @@ PropertyValue stateInput() {
 class CloudFaultTest : public EmulatorFixture {};
 
 TEST_F(CloudFaultTest, ServerFaultsBecomeResultsOrErrorCodes) {
-    struct Case {
+    const struct {
         const char* name;
         const char* fault;  // JSON keys added to the fault on the agent state path
-        bool result;
-        PropertyValue errorCode;               // null: no error information expected
-        std::optional<std::string> debugInfo;  // "ErrorDebugInformation"
-    };
-    const Case cases[] = {
-        {"500 with JSON",
-         R"("status":500,"body":"{\"success\":false,\"errorCode\":\"1\"}")",
-         true,
-         {},
-         std::nullopt},
-        {"204 empty", R"("status":204,"emptyBody":true)", false, 204, std::nullopt},
-        {"200 empty", R"("status":200,"emptyBody":true)", false, 200, std::nullopt},
-        {"not JSON", R"("body":"<html>oops</html>")", false, 1005, "<html>oops</html>"},
-        {"empty array", R"("body":"[]")", false, 1005, "[]"},
-        {"empty object", R"("body":"{}")", false, 1005, "{}"},
-        {"truncated JSON", R"("body":"{\"success\":true,\"agentList\":[1,2,3]}","truncate":true)",
-         false, 1005, R"({"success":true,"a)"},
-        {"dropped mid-body", R"("drop":true)", false, 0, std::nullopt},
+        const char* body;
+        PropertyValue errorCode;          // null: the exchange succeeds
+        const char* debugInfo = nullptr;  // "ErrorDebugInformation"
+    } cases[] = {
+        {"500 with JSON", R"("status":500)", R"({"success":false,"errorCode":"1"})", {}},
+        {"204 empty", R"("status":204,"emptyBody":true)", nullptr, 204},
+        {"200 empty", R"("status":200,"emptyBody":true)", nullptr, 200},
+        {"not JSON", R"("status":200)", "<html>oops</html>", 1005, "<html>oops</html>"},
+        {"empty array", R"("status":200)", "[]", 1005, "[]"},
+        {"empty object", R"("status":200)", "{}", 1005, "{}"},
+        {"truncated JSON", R"("truncate":true)", R"({"success":true,"agentList":[1,2,3]})", 1005,
+         R"({"success":true,"a)"},
+        {"dropped mid-body", R"("drop":true)", nullptr, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         emulator.clearFaults();
-        injectFault(std::string(R"({"path":"/printmgtsvc/agent/state",)") + c.fault + "}");
+        injectFault(std::string(R"({"path":"/printmgtsvc/agent/state",)") + c.fault + "}", c.body);
         PropertyValue returned, error;
-        EXPECT_EQ(cloud->getAgentState(stateInput(), &returned, &error), c.result);
-        if (c.result) {
+        EXPECT_EQ(cloud->getAgentState(stateInput(), &returned, &error), c.errorCode.isNull());
+        if (c.errorCode.isNull()) {
             EXPECT_EQ(returned["success"], PropertyValue(false));
             EXPECT_TRUE(error.isNull());
             continue;
@@ -53,7 +48,7 @@ TEST_F(CloudFaultTest, ServerFaultsBecomeResultsOrErrorCodes) {
         EXPECT_EQ(error["errorCode"], c.errorCode) << error.description();
         EXPECT_TRUE(error["ErrorDescription"].isString());
         if (c.debugInfo) {
-            EXPECT_EQ(error["ErrorDebugInformation"], PropertyValue(*c.debugInfo));
+            EXPECT_EQ(error["ErrorDebugInformation"], PropertyValue(c.debugInfo));
         }
     }
 }
@@ -94,7 +89,7 @@ TEST_F(CloudFaultTest, BadInputSendsNothing) {
 }
 
 TEST_F(CloudFaultTest, SomeOperationsFailSilentlyOnUndecodableAnswers) {
-    injectFault(R"({"path":"*","body":"not json","times":0})");
+    injectFault(R"({"path":"*","times":0})", "not json");
     const std::pair<Operation, PropertyValue> silent[] = {
         {&I::requestAuthentication, fromJSON(R"({"identifier":"7700900123","countryCode":"44"})")},
         {&I::requestAuthenticationByPushMessage,

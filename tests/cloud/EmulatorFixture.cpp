@@ -48,6 +48,12 @@ PropertyValue EmulatorFixture::sender(std::string_view extra) {
     return input;
 }
 
+void EmulatorFixture::injectFault(std::string_view json, const char* body) {
+    PropertyValue fault = fromJSON(json);
+    if (body) fault.set("body", body);
+    emulator.injectFault(fault);
+}
+
 PropertyValue EmulatorFixture::upload(const std::string& fileName, const Bytes& document) {
     PropertyValue input = sender();
     input.set("fileName", fileName);

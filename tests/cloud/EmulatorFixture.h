@@ -42,7 +42,8 @@ protected:
     // The fixture's values for the space-separated header `names`; empty ones are left out.
     std::map<std::string, std::string> expectedHeaders(const std::string& names);
     NBXCommunicationInterface& wire() { return *cloud->communicationInterface(); }
-    void injectFault(std::string_view json) { emulator.injectFault(fromJSON(json)); }
+    // A fault from JSON text, answering `body` as it stands when given.
+    void injectFault(std::string_view json, const char* body = nullptr);
 
     TempHome home;
     CloudEmulator emulator;

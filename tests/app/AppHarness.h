@@ -180,9 +180,13 @@ private:
     std::unique_ptr<AppDelegate> delegate_;
 };
 
-// A private scheduler with the built printer description, the queue removed afterwards.
+// A private scheduler with the built printer description and no queue at first.
 class QueueTest : public PrivateCupsdTest {
 protected:
+    void SetUp() override {
+        PrivateCupsdTest::SetUp();
+        if (!IsSkipped()) NBXPrinterQManger::removePrinterQ();
+    }
     void TearDown() override { NBXPrinterQManger::removePrinterQ(); }
     ScopedEnv ppd{"NBX_PPD_FILE", NBX_BIN_DIR "/../share/nimbrix/ppd/Nimbrix.gz"};
 };

@@ -322,15 +322,10 @@ TEST(BindAccount, StoresTheNewTokenUnderItsOwnKeyOrAlertsWhenUnavailable) {
 }
 
 // With the queue present, the next screen follows the saved choice.
-class RegistrationWithQueue : public QueueTest {
-protected:
-    void SetUp() override {
-        PrivateCupsdTest::SetUp();
-        if (!IsSkipped()) ASSERT_TRUE(NBXPrinterQManger::makePrinterQ());
-    }
-};
+using RegistrationWithQueue = QueueTest;
 
 TEST_F(RegistrationWithQueue, NextScreenFollowsTheSavedChoice) {
+    ASSERT_TRUE(NBXPrinterQManger::makePrinterQ());
     for (const bool savedChoice : {false, true}) {
         Cloud cloud;
         AppHarness h("C", false);

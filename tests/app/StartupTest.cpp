@@ -128,13 +128,7 @@ TEST(Quitting, ClosingNeverChangesTheStoredDirectPrint) {
 
 // --- the system print queue, against a private scheduler
 
-class QueueStartup : public QueueTest {
-protected:
-    void SetUp() override {
-        PrivateCupsdTest::SetUp();
-        if (!IsSkipped()) NBXPrinterQManger::removePrinterQ();
-    }
-};
+using QueueStartup = QueueTest;
 
 TEST_F(QueueStartup, FirstScreenFollowsTheQueue) {
     {

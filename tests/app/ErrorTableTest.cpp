@@ -41,7 +41,7 @@ TEST(ErrorTable, EveryCodeShowsItsMessageAndTheCodeLine) {
         SCOPED_TRACE(code.description());
         h.alerts->shown.clear();
         NBXConnectManger::runAlertPanel(code, {*h.alerts});
-        EXPECT_EQ(h.alerts->texts(), text.empty() ? Texts{} : Texts{text});
+        ASSERT_EQ(h.alerts->texts(), text.empty() ? Texts{} : Texts{text});
         if (text.empty()) continue;
         EXPECT_EQ(h.alerts->shown[0].title, "Error");
         EXPECT_EQ(h.alerts->shown[0].buttons, Texts{"OK"});
@@ -126,7 +126,7 @@ TEST(ManageErrCode, EveryCodeStopsTheOverlay) {
         d.manageErrCode(c.code);
         EXPECT_TRUE(d.window()->refreshView->isHidden());
         EXPECT_TRUE(d.window()->refreshAction->isEnabled());
-        EXPECT_EQ(h.alerts->texts(), c.alerts);
+        ASSERT_EQ(h.alerts->texts(), c.alerts);
         EXPECT_EQ(h.quits, c.quits);
         EXPECT_EQ(h.setupArguments(), c.setupArguments);
         EXPECT_EQ(d.nCrtFunctionNum, c.state);

@@ -98,6 +98,7 @@ public:
     void startTimer();
     void stopTimer();
     void makeAuthInfoAction();
+    void clickRegistrationCheckBox(bool checked);
     bool verifCode(const std::string& code, const std::string& PhoneNumber);
     void requestToBindVA();
     // Minutes and seconds: "%d:%d", or "%d:0%d" below ten seconds.

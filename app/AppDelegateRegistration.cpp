@@ -11,6 +11,7 @@
 #include <utility>
 #include <vector>
 
+#include "AccountEntry.h"
 #include "AppDelegate.h"
 #include "MainWindow.h"
 #include "NBXAuthenticationManger.h"
@@ -62,6 +63,8 @@ void AppDelegate::connectRegistration() {
             localized(sms ? "Authentication Request SMS Cert Tooltip"
                           : "Authentication Request Push Cert Tooltip"));
     });
+    connect(w->authAccountEntry->registrationCheckBox(), &QCheckBox::toggled, this,
+            &AppDelegate::clickRegistrationCheckBox);
 }
 
 void AppDelegate::sortCountryDic() {
@@ -250,6 +253,12 @@ void AppDelegate::finishAuthInfo(bool verified, bool stored, bool queuePresent) 
     }
     window_->authPinEntry->nextProgress()->hide();
     window_->wizardNext->setEnabled(true);
+}
+
+void AppDelegate::clickRegistrationCheckBox(bool checked) {
+    const AccountEntry* account = window_->authAccountEntry;
+    account->accountIdField()->setEnabled(!checked);
+    account->passwordField()->setEnabled(!checked);
 }
 
 bool AppDelegate::verifCode(const std::string& code, const std::string& PhoneNumber) {

@@ -13,6 +13,7 @@
 #include <QVBoxLayout>
 
 #include "AboutSheet.h"
+#include "AccountEntry.h"
 #include "AlertSheet.h"
 #include "InformationSheet.h"
 #include "NBXImages.h"
@@ -171,6 +172,8 @@ void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& co
     authLayout->addWidget(authPinEntry->certificateProgress());
     authScreen->addBody(authEntry);
     authScreen->addBody(authPinEntry);
+    authAccountEntry = new AccountEntry(tr);
+    authScreen->addBody(authAccountEntry);
     addPrinterScreen =
         new WizardScreen("icon_printer", tr("Adding Nimbrix"), tr("localKey_MSG_PrinterQ"));
     sharingPrinterScreen = new WizardScreen(

@@ -17,6 +17,7 @@ class QToolBar;
 namespace nbx {
 
 class AboutSheet;
+class AccountEntry;
 class AlertSheet;
 class InformationSheet;
 class NBXRefreshView;
@@ -79,6 +80,7 @@ public:
     PhoneEntry* authPhoneEntry = nullptr;
     NBXSendButton* authCertButton = nullptr;
     PinEntry* authPinEntry = nullptr;
+    AccountEntry* authAccountEntry = nullptr;
     PrinterScreen* printerScreen = nullptr;
     SettingScreen* settingScreen = nullptr;
     InformationSheet* informationSheet = nullptr;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "AboutSheet.h"
+#include "AccountEntry.h"
 #include "AlertSheet.h"
 #include "AppDelegate.h"
 #include "MainWindow.h"

@@ -105,6 +105,21 @@ TEST(CountryList, SortedByLocalizedNameWithTheLocaleRegionPreselected) {
     }
 }
 
+// Registering by phone alone is the default; clearing the box opens the account fields.
+TEST(AccountFields, FollowTheRegistrationBox) {
+    AppHarness h;
+    AppDelegate& d = h.launch();
+    d.showAuthScreen();
+    const AccountEntry* account = d.window()->authAccountEntry;
+    for (const bool ticked : {true, false, true}) {
+        if (account->registrationCheckBox()->isChecked() != ticked)
+            account->registrationCheckBox()->click();
+        EXPECT_EQ(account->accountIdField()->isEnabled(), !ticked);
+        EXPECT_EQ(account->passwordField()->isEnabled(), !ticked);
+    }
+    EXPECT_EQ(account->passwordField()->echoMode(), QLineEdit::Password);
+}
+
 // The whole registration with the queue missing, and its failures, each through its alert.
 TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
     enum class Down { Never, AtRequest, AtCheck };

@@ -3,6 +3,7 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <atomic>
 #include <csignal>
 #include <cstring>
 #include <memory>
@@ -18,6 +19,8 @@ namespace {
 constexpr long kMaxRedirects = 16;
 // Past this size a stalled link, not merely a slow one, ends the transfer.
 constexpr std::uint64_t kLargeBodyBytes = 1 << 20;
+
+std::atomic<bool> abortTransfers{false};
 
 struct CurlDeleter {
     void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
@@ -91,6 +94,11 @@ struct TransferCallbacks {
         return written;
     }
 
+    // Called at least once a second, also while waiting for the peer.
+    static int progress(void*, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+        return NBXWebServiceRequest::abortingTransfers() ? 1 : 0;
+    }
+
     static int seek(void* user, curl_off_t offset, int origin) {
         auto* self = static_cast<NBXWebServiceRequest*>(user);
         if (origin != SEEK_SET || offset < 0 ||
@@ -108,6 +116,14 @@ void NBXWebServiceRequest::initializeTransport() {
         std::signal(SIGPIPE, SIG_IGN);
         curl_global_init(CURL_GLOBAL_DEFAULT);
     });
+}
+
+void NBXWebServiceRequest::setAbortTransfers(bool abort) {
+    abortTransfers.store(abort);
+}
+
+bool NBXWebServiceRequest::abortingTransfers() {
+    return abortTransfers.load();
 }
 
 NBXWebServiceRequest::NBXWebServiceRequest(std::string url, std::chrono::milliseconds timeout)
@@ -163,6 +179,10 @@ void NBXWebServiceRequest::logExchange() const {
 }
 
 void NBXWebServiceRequest::perform() {
+    if (abortingTransfers()) {
+        if (debug_) writeDebugLine("NBX_WSR: transfer failed[aborted]");
+        return;
+    }
     initializeTransport();
     std::unique_ptr<CURL, CurlDeleter> curl(curl_easy_init());
     if (!curl) return;
@@ -179,6 +199,8 @@ void NBXWebServiceRequest::perform() {
     curl_easy_setopt(h, CURLOPT_WRITEDATA, this);
     curl_easy_setopt(h, CURLOPT_HEADERFUNCTION, &TransferCallbacks::header);
     curl_easy_setopt(h, CURLOPT_HEADERDATA, this);
+    curl_easy_setopt(h, CURLOPT_NOPROGRESS, 0L);
+    curl_easy_setopt(h, CURLOPT_XFERINFOFUNCTION, &TransferCallbacks::progress);
 
     const long timeoutMs = static_cast<long>(std::max<std::int64_t>(1, timeout_.count()));
     curl_easy_setopt(h, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
@@ -221,6 +243,11 @@ void NBXWebServiceRequest::perform() {
     long status = 0;
     curl_easy_getinfo(h, CURLINFO_RESPONSE_CODE, &status);
     httpStatusCode_ = static_cast<int>(status);
+    // Half an answer is no answer when the application is quitting.
+    if (rc == CURLE_ABORTED_BY_CALLBACK) {
+        httpStatusCode_ = 0;
+        responseData_.clear();
+    }
     if (rc != CURLE_OK && debug_)
         writeDebugLine(std::string("NBX_WSR: transfer failed[") +
                        (errorText[0] ? errorText : curl_easy_strerror(rc)) + "]");

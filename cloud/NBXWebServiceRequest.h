@@ -24,6 +24,11 @@ public:
     // Idempotent and thread-safe; the first exchange calls it too as a fallback.
     static void initializeTransport();
 
+    // While on, transfers in flight end within about a second and new ones fail at once,
+    // both as a transport failure does. The application turns it on while it quits.
+    static void setAbortTransfers(bool abort);
+    static bool abortingTransfers();
+
     explicit NBXWebServiceRequest(std::string url, std::chrono::milliseconds timeout = kTimeout);
     static NBXWebServiceRequest initWithURLForExtendedTimeout(std::string url) {
         return NBXWebServiceRequest(std::move(url), kExtendedTimeout);

@@ -1,13 +1,17 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <functional>
+#include <future>
 #include <string>
 
 #include "DebugLine.h"
 #include "LoopbackServer.h"
+#include "NBXCloudInterface.h"
 #include "NBXWebServiceRequest.h"
 
 namespace nbx {
@@ -125,6 +129,50 @@ TEST_F(WebServiceRequestTest, StreamedPiecesArriveWholeAndRewindOnRedirect) {
         ASSERT_TRUE(request.executeRequest());
         EXPECT_TRUE(arrival.body == head + document + tail) << "size " << arrival.body.size();
     }
+}
+
+// Quitting: with the switch on, an exchange in flight ends within about a second and a new one
+// fails without connecting; the service lookup and the upload go the same way.
+TEST(AbortTransfers, EndExchangesInFlightAndStartNoNewOnes) {
+    const auto [silent, port] = loopbackSocket();
+    ::listen(silent, 16);
+    const auto connections = [fd = silent] {
+        int n = 0;
+        for (int c; (c = ::accept4(fd, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; ++n)
+            ::close(c);
+        return n;
+    };
+    ::fcntl(silent, F_SETFL, O_NONBLOCK);
+    const std::string host = "127.0.0.1:" + std::to_string(port);
+    ::setenv("NBX_LOOKUP_SERVER", host.c_str(), 1);
+    auto cloud = NBXCloudInterface::interfaceWithNBXServerInformation(host, "/api", "http://");
+    const auto upload = PropertyValue::dictionary({{"senderCountryCode", "44"},
+                                                   {"senderPhoneNumber", "1"},
+                                                   {"fileName", "a.pdf"},
+                                                   {"pdfData", Bytes(3 << 20, '%')}});
+    const std::pair<const char*, std::function<bool()>> exchanges[] = {
+        {"exchange", [&] { return NBXWebServiceRequest("http://" + host).executeRequest(); }},
+        {"lookup",
+         [] {
+             return !!NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
+                 {}, nullptr, nullptr);
+         }},
+        {"upload", [&] { return cloud->uploadContentJob(upload, nullptr, nullptr); }},
+    };
+    for (const auto& [name, exchange] : exchanges) {
+        SCOPED_TRACE(name);
+        auto inFlight = std::async(std::launch::async, exchange);
+        EXPECT_EQ(inFlight.wait_for(300ms), std::future_status::timeout);
+        NBXWebServiceRequest::setAbortTransfers(true);
+        EXPECT_EQ(inFlight.wait_for(1500ms), std::future_status::ready);
+        EXPECT_FALSE(inFlight.get());
+        EXPECT_GT(connections(), 0);
+        EXPECT_FALSE(exchange());
+        EXPECT_EQ(connections(), 0);
+        NBXWebServiceRequest::setAbortTransfers(false);
+    }
+    ::unsetenv("NBX_LOOKUP_SERVER");
+    ::close(silent);
 }
 
 TEST(DebugLineText, LineFeedsBecomeBlanksAndNonAsciiIsEscaped) {

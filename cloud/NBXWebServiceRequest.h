@@ -30,6 +30,12 @@ public:
     static bool abortingTransfers();
 
     explicit NBXWebServiceRequest(std::string url, std::chrono::milliseconds timeout = kTimeout);
+    // The body spans may point into the object itself and the transfer holds its address.
+    NBXWebServiceRequest(const NBXWebServiceRequest&) = delete;
+    NBXWebServiceRequest& operator=(const NBXWebServiceRequest&) = delete;
+    NBXWebServiceRequest(NBXWebServiceRequest&&) = delete;
+    NBXWebServiceRequest& operator=(NBXWebServiceRequest&&) = delete;
+    // Returned as a prvalue, so it is built in the caller's place.
     static NBXWebServiceRequest initWithURLForExtendedTimeout(std::string url) {
         return NBXWebServiceRequest(std::move(url), kExtendedTimeout);
     }

@@ -8,6 +8,7 @@
 #include <functional>
 #include <future>
 #include <string>
+#include <type_traits>
 
 #include "DebugLine.h"
 #include "LoopbackServer.h"
@@ -130,6 +131,10 @@ TEST_F(WebServiceRequestTest, StreamedPiecesArriveWholeAndRewindOnRedirect) {
         EXPECT_TRUE(arrival.body == head + document + tail) << "size " << arrival.body.size();
     }
 }
+
+// Its body spans may point into itself: a copy would read freed memory.
+static_assert(!std::is_copy_constructible_v<NBXWebServiceRequest> &&
+              !std::is_copy_assignable_v<NBXWebServiceRequest>);
 
 // Quitting: with the switch on, an exchange in flight ends within about a second and a new one
 // fails without connecting; the service lookup and the upload go the same way.

@@ -118,9 +118,16 @@ std::span<const std::uint8_t> asBytes(const std::string& text) {
 
 }  // namespace
 
-void NBXCommunicationInterface::logOperation(const char* methodName) const {
+void NBXCommunicationInterface::beginOperation(const char* methodName) {
+    clearError();
     if (debug_)
         writeDebugLine(std::string("NBX_COI: -[NBXCommunicationInterface ") + methodName + "]");
+}
+
+// A failure before the network must not report the previous call's status.
+void NBXCommunicationInterface::clearError() {
+    errorCodeNumber_ = PropertyValue();
+    errorCodeDescription_.reset();
 }
 
 std::optional<std::string> NBXCommunicationInterface::endpointURL(const std::string& apiURL) const {
@@ -145,7 +152,7 @@ std::optional<Bytes> NBXCommunicationInterface::createJSONencodedData(const Prop
 // ---- lookup ----
 
 bool NBXCommunicationInterface::queryLookUpServerAndConstructNBXURL(Bytes* responseData) {
-    logOperation("queryLookUpServerAndConstructNBXURL:");
+    beginOperation("queryLookUpServerAndConstructNBXURL:");
     const auto base = constructURLStringWithProtocol("http://", Configuration::lookupServer(),
                                                      "/nbx/v2", "/svclookup/service");
     PropertyValue parameters =
@@ -165,6 +172,7 @@ bool NBXCommunicationInterface::queryLookUpServerAndConstructNBXURL(Bytes* respo
 
 bool NBXCommunicationInterface::constructNBXURLFromLookUpServerResponse(
     const PropertyValue& response) {
+    clearError();
     if (!isResponseASuccess(response)) {
         errorCodeNumber_ = response["errorCode"];
         errorCodeDescription_ = response["errorReason"].string();
@@ -181,6 +189,7 @@ bool NBXCommunicationInterface::constructNBXURLFromLookUpServerResponse(
 
 bool NBXCommunicationInterface::constructNBXURLFromLookUpServerResponse_V2(
     const PropertyValue& response) {
+    clearError();
     if (debug_)
         writeSystemLogLine(
             "NBX_COI: -[NBXCommunicationInterface constructNBXURLFromLookUpServerResponse_V2:]");
@@ -256,7 +265,7 @@ void NBXCommunicationInterface::addHeaders(const CloudOperation& operation,
 
 bool NBXCommunicationInterface::send(const CloudOperation& operation, const PropertyValue& request,
                                      Bytes* returnedData) {
-    logOperation(operation.selector);
+    beginOperation(operation.selector);
     const auto url = endpointURL(operation.path);
     if (!url) return false;
     NBXWebServiceRequest web(*url, requestTimeout_);
@@ -333,7 +342,7 @@ bool NBXCommunicationInterface::getInvalidMacAddressList(const PropertyValue& re
 }
 bool NBXCommunicationInterface::getValmoraAccountBindingInformation1(const PropertyValue& request,
                                                                      Bytes* out) {
-    logOperation("getValmoraAccountBindingInformation1:returnedData:");
+    beginOperation("getValmoraAccountBindingInformation1:returnedData:");
     // The printer's own web server, not the cloud endpoint: no headers, no body.
     const auto url = constructURLStringWithProtocol(
         "http://", stringIn(request, "printerIPAddress"),
@@ -406,7 +415,7 @@ bool NBXCommunicationInterface::updateJobProcessingStatus(const PropertyValue& r
 bool NBXCommunicationInterface::sendPCAgentServiceRequestToAPIURLPath(
     const std::string& apiURLPath, const std::string& httpMethod,
     const std::optional<Bytes>& requestData, Bytes* responseData) {
-    logOperation("sendPCAgentServiceRequestToAPIURLPath:httpMethod:requestData:responseData:");
+    beginOperation("sendPCAgentServiceRequestToAPIURLPath:httpMethod:requestData:responseData:");
     const auto url = endpointURL(apiURLPath);
     if (!url) return false;
     NBXWebServiceRequest web(*url, requestTimeout_);
@@ -429,7 +438,7 @@ std::string NBXCommunicationInterface::multipartBoundary(double secondsSince1970
 
 bool NBXCommunicationInterface::uploadContentJob(const PropertyValue& request,
                                                  Bytes* subscriberReturnedData) {
-    logOperation("uploadContentJob:subscriberReturnedData:");
+    beginOperation("uploadContentJob:subscriberReturnedData:");
     const auto fileName = filterOutUnSupportedCharactersForFileName(stringIn(request, "fileName"));
     const auto url = endpointURL("/printmgtsvc/job/content");
     if (!url) return false;

@@ -121,7 +121,9 @@ private:
     void addHeaders(const CloudOperation& operation, const PropertyValue& request,
                     NBXWebServiceRequest& webRequest) const;
     std::optional<std::string> endpointURL(const std::string& apiURL) const;
-    void logOperation(const char* methodName) const;
+    // Every operation starts here: the error fields describe only its own failure.
+    void beginOperation(const char* methodName);
+    void clearError();
 
     std::string clientType_ = "nbxPCAgent_MAC";
     std::string clientVender_ = "valmora";

@@ -53,6 +53,21 @@ TEST_F(CloudFaultTest, ServerFaultsBecomeResultsOrErrorCodes) {
     }
 }
 
+// A call that fails before reaching the network reports no status of an earlier call.
+TEST_F(CloudFaultTest, FailureBeforeTheNetworkReportsNoEarlierStatus) {
+    injectFault(R"({"path":"/printmgtsvc/agent/state","status":503,"emptyBody":true,"times":0})");
+    const std::pair<Operation, PropertyValue> early[] = {
+        {&I::getValmoraAccountBindingInformation1, fromJSON("{}")},
+        {&I::getAgentInformation, sender(R"({"filter":"A B"})")}};
+    for (const auto& [op, input] : early) {
+        PropertyValue error;
+        EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
+        EXPECT_EQ(error["errorCode"], PropertyValue(503));
+        EXPECT_FALSE(((*cloud).*op)(input, nullptr, &error));
+        EXPECT_EQ(error["errorCode"], PropertyValue(1001)) << error.description();
+    }
+}
+
 TEST_F(CloudFaultTest, BadInputSendsNothing) {
     const std::tuple<const char*, Operation, PropertyValue> cases[] = {
         {"empty agent list", &I::getAgentState, sender(R"({"agentId":[]})")},

@@ -38,18 +38,18 @@ PropertyValue bodyFromKeys(const PropertyValue& input, const std::vector<std::st
     return body;
 }
 
-void storeBody(PropertyDictionary& request, const PropertyValue& body) {
-    if (auto json = JSONData(body)) request.set("KEY_SendData", std::move(*json));
-}
-
-PropertyDictionary requestFor(const FacadeOperation& operation, const PropertyValue& input) {
+// None when the body cannot be encoded: better no call than one without its body.
+std::optional<PropertyDictionary> requestFor(const FacadeOperation& operation,
+                                             const PropertyValue& input) {
+    const PropertyValue body =
+        operation.makeBody ? operation.makeBody(input) : bodyFromKeys(input, operation.bodyKeys);
+    auto json = JSONData(body);
+    if (!json) return std::nullopt;
     PropertyDictionary request;
     if (operation.form == FacadeRequestForm::InputAndBody) {
         if (const auto* dict = input.dictionaryPtr()) request = *dict;
     }
-    const PropertyValue body =
-        operation.makeBody ? operation.makeBody(input) : bodyFromKeys(input, operation.bodyKeys);
-    storeBody(request, body);
+    request.set("KEY_SendData", std::move(*json));
     if (operation.form == FacadeRequestForm::SenderAndBody) {
         setObjectFromDictionary(request, input, "senderCountryCode");
         setObjectFromDictionary(request, input, "senderPhoneNumber");
@@ -191,18 +191,23 @@ void NBXCloudInterface::warn(const std::string& message) const {
 bool NBXCloudInterface::perform(const FacadeOperation& operation, const PropertyValue& input,
                                 PropertyValue* returnedInformation,
                                 PropertyValue* errorInformation) {
-    if (operation.verify && !operation.verify(input)) {
+    const auto inputError = [&] {
         if (errorInformation)
             *errorInformation = errorDictionary(kInputErrorCode,
                                                 "Input Parameters Passed are not proper Correctly");
         return false;
+    };
+    if (operation.verify && !operation.verify(input)) return inputError();
+    // The input goes on as it is when no body is built, so a document is never copied.
+    std::optional<PropertyDictionary> request;
+    if (operation.form != FacadeRequestForm::Input) {
+        request = requestFor(operation, input);
+        if (!request) return inputError();
     }
     auto& communication = *communicationInterface_;
     Bytes answer;
-    // The input goes on as it is when no body is built, so a document is never copied.
-    const bool sent = operation.form == FacadeRequestForm::Input
-                          ? (communication.*operation.call)(input, &answer)
-                          : (communication.*operation.call)(requestFor(operation, input), &answer);
+    const bool sent = request ? (communication.*operation.call)(std::move(*request), &answer)
+                              : (communication.*operation.call)(input, &answer);
     if (!sent) {
         if (errorInformation)
             *errorInformation = extractErrorInformationFromNBXCommunicationInterface(communication);

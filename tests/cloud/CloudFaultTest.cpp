@@ -9,6 +9,11 @@ namespace {
 
 using I = NBXCloudInterface;
 
+PropertyValue with(PropertyValue input, const char* key, PropertyValue value) {
+    input.set(key, std::move(value));
+    return input;
+}
+
 PropertyValue stateInput() {
     return EmulatorFixture::sender(R"({"agentId":["a1"]})");
 }
@@ -89,6 +94,16 @@ TEST_F(CloudFaultTest, BadInputSendsNothing) {
          fromJSON(R"({"senderPhoneNumber":"7700900123","countryCode":"44"})")},
         {"pin request without phone", &I::requestAuthentication,
          fromJSON(R"({"countryCode":"44"})")},
+        // Bodies that cannot be encoded are not left out: the call is not made.
+        {"date in the body", &I::sendContentJobToMe,
+         with(sender(R"({"isSharedDevice":"0","contentKey":"k","agentId":"a1"})"), "printOption",
+              Date{})},
+        {"data deep in the body", &I::getSubsriberInformation,
+         with(sender(), "users",
+              PropertyValue::array({with(fromJSON(R"({"phoneNumber":"1","countryCode":"1"})"),
+                                         "photo", Bytes{1})}))},
+        {"not a number", &I::updateJobProcessingStatus, sender(R"({"jobHistoryId":"nan"})")},
+        {"not UTF-8", &I::eulaAgreement, with(sender(), "isAgreedSuppliesMarketEULA", "\xC3")},
     };
     for (const auto& [name, op, input] : cases) {
         SCOPED_TRACE(name);

@@ -68,13 +68,17 @@ std::optional<std::string> primaryHardwareAddress(const std::string& routeTableP
     if (const auto name = defaultRouteInterface(readSmallFile(routeTablePath))) {
         if (auto address = addressOf(folder, *name)) return address;
     }
-    std::vector<std::string> names;
+    // Physical cards first: bridges and virtual interfaces (docker0, virbr0) have no device.
+    std::vector<std::pair<bool, std::string>> names;
     std::error_code ec;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, ec))
-        names.push_back(entry.path().filename().string());
+    for (const auto& entry : std::filesystem::directory_iterator(folder, ec)) {
+        std::error_code deviceError;
+        const bool physical = std::filesystem::exists(entry.path() / "device", deviceError);
+        names.emplace_back(!physical, entry.path().filename().string());
+    }
     std::sort(names.begin(), names.end());
-    for (const auto& name : names) {
-        if (auto address = addressOf(folder, name)) return address;
+    for (const auto& entry : names) {
+        if (auto address = addressOf(folder, entry.second)) return address;
     }
     return std::nullopt;
 }

@@ -29,14 +29,13 @@ TEST_F(CloudFaultTest, ServerFaultsBecomeResultsOrErrorCodes) {
         const char* debugInfo = nullptr;  // "ErrorDebugInformation"
     } cases[] = {
         {"500 with JSON", R"("status":500)", R"({"success":false,"errorCode":"1"})", {}},
-        {"204 empty", R"("status":204,"emptyBody":true)", nullptr, 204},
-        {"200 empty", R"("status":200,"emptyBody":true)", nullptr, 200},
         {"not JSON", R"("status":200)", "<html>oops</html>", 1005, "<html>oops</html>"},
         {"empty array", R"("status":200)", "[]", 1005, "[]"},
         {"empty object", R"("status":200)", "{}", 1005, "{}"},
         {"truncated JSON", R"("truncate":true)", R"({"success":true,"agentList":[1,2,3]})", 1005,
          R"({"success":true,"a)"},
         {"dropped mid-body", R"("drop":true)", nullptr, 0},
+        {"204 empty", R"("status":204,"emptyBody":true)", nullptr, 204},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
@@ -56,27 +55,15 @@ TEST_F(CloudFaultTest, ServerFaultsBecomeResultsOrErrorCodes) {
             EXPECT_EQ(error["ErrorDebugInformation"], PropertyValue(c.debugInfo));
         }
     }
-}
-
-// A call that fails before reaching the network reports no status of an earlier call.
-TEST_F(CloudFaultTest, FailureBeforeTheNetworkReportsNoEarlierStatus) {
-    injectFault(R"({"path":"/printmgtsvc/agent/state","status":503,"emptyBody":true,"times":0})");
-    const std::pair<Operation, PropertyValue> early[] = {
-        {&I::getValmoraAccountBindingInformation1, fromJSON("{}")},
-        {&I::getAgentInformation, sender(R"({"filter":"A B"})")}};
-    for (const auto& [op, input] : early) {
-        PropertyValue error;
-        EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
-        EXPECT_EQ(error["errorCode"], PropertyValue(503));
-        EXPECT_FALSE(((*cloud).*op)(input, nullptr, &error));
-        EXPECT_EQ(error["errorCode"], PropertyValue(1001)) << error.description();
-    }
+    // A call that fails before reaching the network (no URL) reports no status of the last one.
+    PropertyValue error;
+    EXPECT_FALSE(cloud->getAgentInformation(sender(R"({"filter":"A B"})"), nullptr, &error));
+    EXPECT_EQ(error["errorCode"], PropertyValue(1001)) << error.description();
 }
 
 TEST_F(CloudFaultTest, BadInputSendsNothing) {
     const std::tuple<const char*, Operation, PropertyValue> cases[] = {
         {"empty agent list", &I::getAgentState, sender(R"({"agentId":[]})")},
-        {"agent id not a list", &I::getAgentState, sender(R"({"agentId":"a1"})")},
         {"no sender", &I::getAgentState, fromJSON(R"({"agentId":["a1"]})")},
         {"empty phone", &I::getAgentState,
          fromJSON(R"({"senderCountryCode":"44","senderPhoneNumber":"","agentId":["a1"]})")},
@@ -87,13 +74,9 @@ TEST_F(CloudFaultTest, BadInputSendsNothing) {
          sender(R"({"isSharedDevice":"0","agentId":"a1"})")},
         {"person without country", &I::sendInvitationSMSToOtherPerson,
          sender(R"({"users":[{"phoneNumber":"5550100"}]})")},
-        {"empty person list", &I::getSubsriberInformation, sender(R"({"users":[]})")},
-        {"upload without document", &I::uploadContentJob, sender(R"({"fileName":"a.pdf"})")},
         {"upload with empty document", &I::uploadContentJob, upload("a.pdf", Bytes{})},
         {"pin without code", &I::validateIdentifier,
          fromJSON(R"({"senderPhoneNumber":"7700900123","countryCode":"44"})")},
-        {"pin request without phone", &I::requestAuthentication,
-         fromJSON(R"({"countryCode":"44"})")},
         // Bodies that cannot be encoded are not left out: the call is not made.
         {"date in the body", &I::sendContentJobToMe,
          with(sender(R"({"isSharedDevice":"0","contentKey":"k","agentId":"a1"})"), "printOption",
@@ -132,44 +115,18 @@ TEST_F(CloudFaultTest, SomeOperationsFailSilentlyOnUndecodableAnswers) {
     }
 }
 
-// What the emulator cannot do: answer bytes that are not UTF-8, take calls that leave the usual
-// endpoint or header set; and no endpoint at all.
-TEST(CloudLoopback, UndecodableTextSideDoorsAndNoEndpoint) {
+// What the emulator cannot do: answer bytes that are not UTF-8; and no endpoint at all.
+TEST(CloudLoopback, UndecodableTextAndNoEndpoint) {
     LoopbackServer server;
-    httplib::Request seen;
-    const auto record = [&](const httplib::Request& req, httplib::Response& res) {
-        seen = req;
-        res.set_content(R"({"success":true})", "application/json");
-    };
-    server.server().Get(R"(/.*)", record);
-    server.server().Post(R"(/.*)", record);
     server.server().Put("/api/printmgtsvc/agent/state", [](const auto&, auto& res) {
         res.set_content(std::string("{\"a\":\"\xFF\xFE\"}"), "application/json");
     });
     server.start();
-    const std::string host = server.hostPort();
-    auto cloud = I::interfaceWithNBXServerInformation(host, "/api", "http://");
+    auto cloud = I::interfaceWithNBXServerInformation(server.hostPort(), "/api", "http://");
     PropertyValue error;
     EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));
     EXPECT_EQ(error["errorCode"], PropertyValue(1005));
     EXPECT_EQ(error["ErrorDebugInformation"], PropertyValue(""));
-
-    PropertyValue answer;
-    EXPECT_TRUE(cloud->getValmoraAccountBindingInformation1(
-        PropertyValue::dictionary({{"printerIPAddress", host}, {"senderPhoneNumber", "1"}}),
-        &answer, nullptr));
-    EXPECT_EQ(seen.path, "/sws/app/settings/network/nbx/SCTStatus.json");
-    for (const char* absent : {"appID", "identifier", "Content-Type", "deviceId"})
-        EXPECT_FALSE(seen.has_header(absent)) << absent;
-
-    auto& wire = *cloud->communicationInterface();
-    EXPECT_TRUE(wire.sendPCAgentServiceRequestToAPIURLPath("/pcagent/ping", "POST", Bytes{'{', '}'},
-                                                           nullptr));
-    EXPECT_EQ(seen.path, "/api/pcagent/ping");
-    EXPECT_EQ(seen.get_header_value("appID"), NBXCommunicationInterface::nbxAgentAppID());
-    EXPECT_EQ(seen.has_header("identifier"), wire.macAddress().has_value());
-    for (const char* absent : {"deviceId", "countryCode", "accessToken"})
-        EXPECT_FALSE(seen.has_header(absent)) << absent;
 
     cloud = I::interfaceWithNBXServerInformation("", "/api", "http://");
     EXPECT_FALSE(cloud->getAgentState(stateInput(), nullptr, &error));

@@ -1,6 +1,8 @@
 // What every operation puts on the wire, as the emulator logged it.
 #include <gtest/gtest.h>
 
+#include <regex>
+
 #include "EmulatorFixture.h"
 
 namespace nbx::test {
@@ -21,6 +23,7 @@ struct WireCase {
     const char* headers = nullptr;  // header names for calls made without a sender
 };
 
+const char* kAgents = R"({"agentId":["a1"]})";
 const char* kPeople = R"({"users":[{"phoneNumber":"5550100","countryCode":"1"}]})";
 const char* kClient =
     R"({"clientOS":"Mac","clientOSVersion":"12","clientOSLanguage":"en","clientSysLocation":"US"})";
@@ -28,11 +31,10 @@ const char* kClient =
 const WireCase kCases[] = {
     {&I::getSubsriberInformation, "PUT /idmmgtsvc/user", false,
      R"({"users":[{"phoneNumber":"5550100","countryCode":"1"}],"noise":1})", kPeople},
-    {&I::requestToReleaseAgent, "POST /printmgtsvc/agent/unbind", false, R"({"agentId":["a1"]})",
-     kSame},
+    {&I::requestToReleaseAgent, "POST /printmgtsvc/agent/unbind", false, kAgents, kSame},
     {&I::updateAgentAlias, "PUT /printmgtsvc/agent/bind", false,
      R"({"agentId":"a1","agentAlias":"Desk"})", kSame},
-    {&I::getAgentState, "PUT /printmgtsvc/agent/state", false, R"({"agentId":["a1"]})", kSame},
+    {&I::getAgentState, "PUT /printmgtsvc/agent/state", false, kAgents, kSame},
     {&I::sendContentJobToMe, "POST /printmgtsvc/job/content/send/me", true,
      R"({"isSharedDevice":"0","contentKey":"k1","agentId":"a1","printRange":"1-2","x":"y"})",
      R"({"isSharedDevice":"0","contentKey":"k1","agentId":"a1","printRange":"1-2"})"},
@@ -47,8 +49,7 @@ const WireCase kCases[] = {
      R"({"isAgreedSuppliesMarketEULA":"false","isAgreedSuppliesDeviceEULA":"true"})", kSame},
     {&I::requestToRegisterAgent, "POST /printmgtsvc/agent/register", true,
      R"({"agentMacAddress":"001b63aa0cfe","printerOnID":"p1"})", kSame},
-    {&I::requestToUnRegisterAgent, "PUT /printmgtsvc/agent/unregister", true, R"({"agentId":"a1"})",
-     nullptr},
+    {&I::requestToUnRegisterAgent, "PUT /printmgtsvc/agent/unregister", true, "{}", nullptr},
     {&I::requestToGetUserAgentQuantity, "GET /idmmgtsvc/user/agent/quantity", false, "{}", nullptr},
     {&I::requestToBindValmoraAccount, "PUT /idmmgtsvc/user/account/bind", false,
      R"({"valmoraAccount":"ann@example.com","valmoraAccessToken":"vat"})", kSame},
@@ -97,8 +98,6 @@ TEST_F(CloudWireTest, EveryOperationSendsItsMethodPathHeadersAndBody) {
         PropertyValue returned, error;
         const PropertyValue input = c.headers ? fromJSON(c.input) : sender(c.input);
         EXPECT_TRUE(((*cloud).*(c.operation))(input, &returned, &error)) << error.description();
-        EXPECT_TRUE(returned["success"].isBoolean() || returned["success"].isString())
-            << returned.description();
         const PropertyValue sent = lastRequest();
         const std::string request = c.request, query = sent["query"].string().value_or("");
         const auto space = request.find(' ');
@@ -108,15 +107,49 @@ TEST_F(CloudWireTest, EveryOperationSendsItsMethodPathHeadersAndBody) {
         EXPECT_EQ(applicationHeaders(sent), expectedHeaders(c.headers     ? c.headers
                                                             : c.versioned ? kVersioned
                                                                           : kPlain));
+        // JSON bodies compare as values, anything else as text.
         const std::string body = sent["body"].string().value_or("");
-        const char* expected = c.body == kSame ? c.input : c.body;
-        if (!expected) {
-            EXPECT_EQ(body, "");
-        } else if (!fromJSON(expected).isNull()) {
-            EXPECT_EQ(fromJSON(body), fromJSON(expected)) << body;
-        } else {
+        const std::string expected = c.body == kSame ? c.input : c.body ? c.body : "";
+        if (fromJSON(expected).isNull())
             EXPECT_EQ(body, expected);
-        }
+        else
+            EXPECT_EQ(fromJSON(body), fromJSON(expected)) << body;
+    }
+}
+
+// The multipart upload, compared byte for byte with what the service must receive.
+TEST_F(CloudWireTest, UploadBodyIsExactlyOnePartWithTheCleanedFileName) {
+    std::string document(70000, '\0');
+    for (std::size_t i = 0; i < document.size(); ++i)
+        document[i] = static_cast<char>(i * 7 % 128);
+    const std::pair<std::string, std::string> names[] = {
+        {"Re\\port/*|\"Q1\":<x>?.pdf", "Re-port----Q1---x--.pdf"},
+        {"R\xC3\xA9sum\xC3\xA9.pdf", "R\xC3\xA9sum\xC3\xA9.pdf"}};
+    for (const auto& [name, cleaned] : names) {
+        SCOPED_TRACE(name);
+        PropertyValue returned, error;
+        EXPECT_TRUE(cloud->uploadContentJob(upload(name, Bytes(document.begin(), document.end())),
+                                            &returned, &error))
+            << error.description();
+        EXPECT_TRUE(returned["contentKey"].isString()) << returned.description();
+        const PropertyValue sent = lastRequest();
+        EXPECT_EQ(sent["method"], PropertyValue("POST"));
+        EXPECT_EQ(sent["path"], PropertyValue("/nbx/v2/printmgtsvc/job/content"));
+        auto headers = applicationHeaders(sent);
+        std::smatch match;
+        ASSERT_TRUE(std::regex_match(
+            headers["Content-Type"], match,
+            std::regex("multipart/form-data; boundary=(AJAX-{23}[0-9]+\\.[0-9]{6})")))
+            << headers["Content-Type"];
+        const std::string boundary = match[1];
+        headers.erase("Content-Type");
+        EXPECT_EQ(headers, expectedHeaders("appID deviceId countryCode identifier accessToken"));
+        EXPECT_TRUE(
+            sent["body"] ==
+            PropertyValue("--" + boundary +
+                          "\r\nContent-Disposition: form-data; name=\"content\"; filename=\"" +
+                          cleaned + "\"\r\nContent-Type: application/x-bittorrent\r\n\r\n" +
+                          document + "\r\n--" + boundary + "--\r\n"));
     }
 }
 

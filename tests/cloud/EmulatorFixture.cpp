@@ -1,7 +1,5 @@
 #include "EmulatorFixture.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
 #include <set>
 #include <sstream>
@@ -12,16 +10,6 @@ namespace nbx::test {
 
 PropertyValue fromJSON(std::string_view text) {
     return objectFromJSONData(text).value_or(PropertyValue());
-}
-
-Bytes base64Decoded(const std::string& text) {
-    Bytes out(text.size() / 4 * 3);
-    const int length = EVP_DecodeBlock(
-        out.data(), reinterpret_cast<const unsigned char*>(text.data()), int(text.size()));
-    // The decoder counts padding as zero bytes.
-    const auto padding = text.size() - text.find_last_not_of('=') - 1;
-    out.resize(length < 0 ? 0 : length - padding);
-    return out;
 }
 
 void EmulatorFixture::SetUp() {
@@ -80,8 +68,7 @@ std::map<std::string, std::string> EmulatorFixture::expectedHeaders(const std::s
 
 PropertyValue EmulatorFixture::lastRequest() {
     const PropertyValue log = emulator.requests();
-    const auto* requests = log.arrayPtr();
-    return requests && !requests->empty() ? requests->back() : PropertyValue();
+    return log.size() ? log.at(log.size() - 1) : PropertyValue();
 }
 
 std::map<std::string, std::string> EmulatorFixture::applicationHeaders(const PropertyValue& entry) {

@@ -21,7 +21,6 @@ using Operation = bool (NBXCloudInterface::*)(const PropertyValue&, PropertyValu
 
 // Test tables are written as JSON text; null when the text is not JSON.
 PropertyValue fromJSON(std::string_view text);
-Bytes base64Decoded(const std::string& text);
 
 // A private home, the emulator seeded with one user and one agent, and an interface made
 // through the lookup.

@@ -10,7 +10,6 @@
 #include <string>
 #include <type_traits>
 
-#include "DebugLine.h"
 #include "LoopbackServer.h"
 #include "NBXCloudInterface.h"
 #include "NBXWebServiceRequest.h"
@@ -19,7 +18,6 @@ namespace nbx {
 namespace {
 
 using namespace std::chrono_literals;
-using test::LoopbackServer;
 
 // A bound loopback socket and its port; a listening one accepts connections nobody answers.
 std::pair<int, int> loopbackSocket() {
@@ -38,15 +36,6 @@ protected:
     void SetUp() override {
         auto& s = loopback.server();
         s.set_keep_alive_max_count(1);
-        s.Get("/hop1", [](const auto&, auto& res) {
-            res.set_redirect("/hop2", 302);
-            res.set_content("first hop body", "text/plain");
-        });
-        s.Get("/hop2", [](const auto&, auto& res) {
-            res.set_redirect("/final", 301);
-            res.set_content("second hop body", "text/plain");
-        });
-        s.Get("/final", [](const auto&, auto& res) { res.set_content("final", "text/plain"); });
         s.Get("/loop", [](const auto&, auto& res) { res.set_redirect("/loop", 302); });
         s.Post("/keep", [](const auto&, auto& res) { res.set_redirect("/echo", 307); });
         const auto echo = [this](const httplib::Request& req, httplib::Response& res) {
@@ -58,16 +47,9 @@ protected:
         loopback.start();
     }
 
-    LoopbackServer loopback;
+    test::LoopbackServer loopback;
     httplib::Request arrival;
 };
-
-TEST_F(WebServiceRequestTest, OnlyTheFinalBodyOfARedirectChainIsKept) {
-    NBXWebServiceRequest request(loopback.url("/hop1"));
-    EXPECT_TRUE(request.executeRequest());
-    EXPECT_EQ(request.httpStatusCode(), 200);
-    EXPECT_EQ(request.responseData(), Bytes({'f', 'i', 'n', 'a', 'l'}));
-}
 
 TEST_F(WebServiceRequestTest, TransportFailuresGiveNoWithStatusZero) {
     const auto [closed, closedPort] = loopbackSocket();
@@ -129,6 +111,7 @@ TEST_F(WebServiceRequestTest, StreamedPiecesArriveWholeAndRewindOnRedirect) {
         request.setRequestBodyPieces({asSpan(head), asSpan(document), asSpan(tail)});
         ASSERT_TRUE(request.executeRequest());
         EXPECT_TRUE(arrival.body == head + document + tail) << "size " << arrival.body.size();
+        EXPECT_EQ(request.responseData(), Bytes({'e', 'c', 'h', 'o'}));
     }
 }
 
@@ -141,13 +124,13 @@ static_assert(!std::is_copy_constructible_v<NBXWebServiceRequest> &&
 TEST(AbortTransfers, EndExchangesInFlightAndStartNoNewOnes) {
     const auto [silent, port] = loopbackSocket();
     ::listen(silent, 16);
+    ::fcntl(silent, F_SETFL, O_NONBLOCK);
     const auto connections = [fd = silent] {
         int n = 0;
-        for (int c; (c = ::accept4(fd, nullptr, nullptr, SOCK_NONBLOCK)) >= 0; ++n)
+        for (int c; (c = ::accept(fd, nullptr, nullptr)) >= 0; ++n)
             ::close(c);
         return n;
     };
-    ::fcntl(silent, F_SETFL, O_NONBLOCK);
     const std::string host = "127.0.0.1:" + std::to_string(port);
     ::setenv("NBX_LOOKUP_SERVER", host.c_str(), 1);
     auto cloud = NBXCloudInterface::interfaceWithNBXServerInformation(host, "/api", "http://");
@@ -178,17 +161,6 @@ TEST(AbortTransfers, EndExchangesInFlightAndStartNoNewOnes) {
     }
     ::unsetenv("NBX_LOOKUP_SERVER");
     ::close(silent);
-}
-
-TEST(DebugLineText, LineFeedsBecomeBlanksAndNonAsciiIsEscaped) {
-    const std::pair<std::string, std::string> cases[] = {
-        {"\n\nNBX_WSR: Sending", "  NBX_WSR: Sending"},
-        {"caf\xC3\xA9", "caf\\xC3\\xA9"},
-        {"tab\there", "tab\\x09here"},
-        {"", ""},
-    };
-    for (const auto& [in, out] : cases)
-        EXPECT_EQ(printableDebugText(in), out);
 }
 
 }  // namespace

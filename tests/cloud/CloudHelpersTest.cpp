@@ -1,14 +1,40 @@
+// The small helpers of the cloud client: answer success, debug lines, the hardware address.
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <fstream>
 
+#include "DebugLine.h"
 #include "HardwareAddress.h"
+#include "NBXCommunicationInterface.h"
 
 namespace nbx {
 namespace {
 
 namespace fs = std::filesystem;
+
+TEST(CloudHelpers, ResponseSuccess) {
+    const std::pair<PropertyValue, bool> successes[] = {
+        {true, true},   {false, false},   {2, true},     {0, false},
+        {"true", true}, {"  +007", true}, {"Yes", true}, {"false", false},
+        {"no", false},  {"0", false},     {"", false},   {PropertyValue::array({1}), false},
+    };
+    for (const auto& [success, expected] : successes)
+        EXPECT_EQ(isResponseASuccess(PropertyValue::dictionary({{"success", success}})), expected)
+            << success.description();
+    EXPECT_FALSE(isResponseASuccess(PropertyValue::dictionary({{"other", true}})));
+    EXPECT_FALSE(isResponseASuccess(PropertyValue()));
+}
+
+TEST(CloudHelpers, DebugLinesKeepToOneLineOfPrintableText) {
+    const std::pair<std::string, std::string> cases[] = {
+        {"\n\nNBX_WSR: Sending", "  NBX_WSR: Sending"},
+        {"caf\xC3\xA9", "caf\\xC3\\xA9"},
+        {"tab\there", "tab\\x09here"},
+    };
+    for (const auto& [in, out] : cases)
+        EXPECT_EQ(printableDebugText(in), out);
+}
 
 TEST(HardwareAddress, CompactForm) {
     const std::pair<const char*, std::optional<std::string>> cases[] = {

@@ -29,12 +29,14 @@ bool safeInDoubleQuotes(const std::string& value) {
     return value.find_first_of("\"\\$`") == std::string::npos;
 }
 
-std::string commandLine(std::initializer_list<std::pair<const char*, std::string>> options) {
+std::string commandLine(std::initializer_list<std::pair<const char*, std::string>> options,
+                        const char* flags = nullptr) {
     std::string command = NBXPrinterQManger::kLpadmin;
     for (const auto& [option, value] : options) {
         if (!safeInDoubleQuotes(value)) return {};
         command += std::string(" ") + option + " \"" + value + "\"";
     }
+    if (flags) command += std::string(" ") + flags;
     return command + " ";
 }
 
@@ -51,11 +53,14 @@ std::string NBXPrinterQManger::deviceUri() {
     return "nbxbackend://nbxaddress?addr=" + Configuration::deviceUriHost();
 }
 
+// Without -E the scheduler leaves a new queue stopped and refusing jobs. It must come after
+// -p: in front of it, lpadmin takes -E to mean an encrypted connection.
 std::string NBXPrinterQManger::makeCommand() {
     return commandLine({{"-p", kQueueName},
                         {"-v", deviceUri()},
                         {"-P", Configuration::printerDescriptionFile()},
-                        {"-D", kDescription}});
+                        {"-D", kDescription}},
+                       "-E");
 }
 
 std::string NBXPrinterQManger::removeCommand() {

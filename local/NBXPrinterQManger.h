@@ -15,7 +15,7 @@ public:
 
     // True when the scheduler lists a queue of that name, ignoring letter case.
     static bool checkPrinterQ();
-    // True when lpadmin installed the queue.
+    // True when lpadmin installed the queue, enabled and accepting jobs.
     static bool makePrinterQ();
     // True when lpadmin removed the queue.
     static bool removePrinterQ();

@@ -9,25 +9,23 @@ namespace nbx {
 namespace {
 
 TEST(Configuration, EnvironmentOverridesDefaultsAndEmptyMeansDefault) {
-    struct Case {
+    const struct {
         const char* variable;
         std::string (*read)();
         std::string fallback;
-    };
-    const Case cases[] = {
+    } cases[] = {
         {"NBX_HELPER_FOLDER", Configuration::helperApplicationFolder,
          "/Library/Printers/Valmora/Nimbrix/"},
         {"NBX_PPD_FILE", Configuration::printerDescriptionFile,
          "/Library/Printers/PPDs/Contents/Resources/Nimbrix.gz"},
     };
     for (const auto& c : cases) {
+        for (const std::string value : {"", "/elsewhere"}) {
+            ::setenv(c.variable, value.c_str(), 1);
+            EXPECT_EQ(c.read(), value.empty() ? c.fallback : value) << c.variable;
+        }
         ::unsetenv(c.variable);
-        EXPECT_EQ(c.read(), c.fallback);
-        ::setenv(c.variable, "", 1);
-        EXPECT_EQ(c.read(), c.fallback);
-        ::setenv(c.variable, "/elsewhere", 1);
-        EXPECT_EQ(c.read(), "/elsewhere");
-        ::unsetenv(c.variable);
+        EXPECT_EQ(c.read(), c.fallback) << c.variable;
     }
 }
 

@@ -1,5 +1,4 @@
 #include <gtest/gtest.h>
-#include <QEnterEvent>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
@@ -7,7 +6,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "CIButton.h"
 #include "NBXImages.h"
 #include "NBXPrinterCell.h"
 #include "NBXRefreshView.h"
@@ -46,18 +44,14 @@ TEST(PrinterCell, EachStyleShowsItsImageAndLines) {
         EXPECT_EQ(cell.subTitle(), c.subTitle) << c.type.toStdString();
         EXPECT_EQ(cell.row(), 3);
         EXPECT_EQ(cell.height(), NBXPrinterCell::heightOfRow(c.type));
+        EXPECT_EQ(!cell.addButton()->isHidden(), c.type == "TitleMyPrinter");
     }
     EXPECT_LT(NBXPrinterCell::heightOfRow("TitleMyPrinter"),
               NBXPrinterCell::heightOfRow("Printer"));
 }
 
-TEST(PrinterCell, OnlyTheMyPrinterHeaderCarriesTheAddButton) {
+TEST(PrinterCell, AddButtonShowsItsStateAndReportsClicks) {
     test::qtApp();
-    for (const QString type : {"TitleMyPrinter", "TitleFriendPrinter", "Printer"}) {
-        NBXPrinterCell cell(bracketed);
-        cell.setCellType(type, "t", "", 0);
-        EXPECT_EQ(!cell.addButton()->isHidden(), type == "TitleMyPrinter") << type.toStdString();
-    }
     NBXPrinterCell header(bracketed);
     header.setCellType("TitleMyPrinter", "My Printer", "", 0);
     header.setAddBtnStaus(false, "full");
@@ -67,20 +61,6 @@ TEST(PrinterCell, OnlyTheMyPrinterHeaderCarriesTheAddButton) {
     header.setAddBtnStaus(true, "add");
     header.addButton()->click();
     EXPECT_EQ(spy.count(), 1);
-}
-
-TEST(CIButtonTest, TextColourFollowsThePointer) {
-    test::qtApp();
-    CIButton button("link");
-    button.setTextColor(Qt::blue);
-    button.setHoverTextColor(Qt::red);
-    EXPECT_EQ(button.cursor().shape(), Qt::PointingHandCursor);
-    QEnterEvent enter(QPointF(1, 1), QPointF(1, 1), QPointF(1, 1));
-    QApplication::sendEvent(&button, &enter);
-    EXPECT_EQ(button.currentTextColor(), QColor(Qt::red));
-    QEvent leave(QEvent::Leave);
-    QApplication::sendEvent(&button, &leave);
-    EXPECT_EQ(button.currentTextColor(), QColor(Qt::blue));
 }
 
 TEST(RefreshView, CoversItsParentAndShowsProgressOnlyWhenAsked) {

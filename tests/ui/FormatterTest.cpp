@@ -4,7 +4,6 @@
 #include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
-#include <ostream>
 
 #include "NBXCodeFormatter.h"
 #include "NBXNotificationCenter.h"
@@ -15,9 +14,10 @@
 namespace nbx {
 namespace {
 
-enum class Field { Country, Phone, SingleSix, SingleDefault };
+// The code fields as the screens make them: country code (with a popup of three countries)
+// and phone number drive the send button; the certificate field drives a plain button.
+enum class Field { Country, Phone, Certificate };
 
-// The three ways a code formatter is made, with a popup of three countries for the first.
 struct Fixture {
     test::QtAppUser app;
     NBXSendButton send;
@@ -30,200 +30,134 @@ struct Fixture {
 
     explicit Fixture(Field field) {
         popup.addItems({"One", "Korea", "UK"});
-        switch (field) {
-            case Field::Country:
-                formatter = std::make_unique<NBXCodeFormatter>(countries, &popup, &send);
-                break;
-            case Field::Phone:
-                formatter = std::make_unique<NBXCodeFormatter>(&send);
-                break;
-            case Field::SingleSix:
-                formatter = std::make_unique<NBXCodeFormatter>(6, &plain);
-                break;
-            case Field::SingleDefault:
-                formatter = std::make_unique<NBXCodeFormatter>(0, &plain);
-                break;
-        }
+        if (field == Field::Country)
+            formatter = std::make_unique<NBXCodeFormatter>(countries, &popup, &send);
+        else if (field == Field::Phone)
+            formatter = std::make_unique<NBXCodeFormatter>(&send);
+        else
+            formatter = std::make_unique<NBXCodeFormatter>(0, &plain);
     }
 };
 
-struct PartialCase {
-    Field field;
-    QString partial;
-    bool accepted;
-};
-
-void PrintTo(const PartialCase& c, std::ostream* os) {
-    *os << '"' << c.partial.toStdString() << '"';
-}
-
-class CodeFormatterPartial : public ::testing::TestWithParam<PartialCase> {};
-
-TEST_P(CodeFormatterPartial, AcceptsOnlyDigitsUpToTheLimit) {
-    const auto& c = GetParam();
-    Fixture f(c.field);
-    EXPECT_EQ(f.formatter->isPartialStringValid(c.partial), c.accepted) << c.partial.toStdString();
-    QString copy = c.partial;
-    int pos = 0;
-    EXPECT_EQ(f.formatter->validate(copy, pos) == QValidator::Acceptable, c.accepted);
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Table, CodeFormatterPartial,
-    ::testing::Values(PartialCase{Field::Country, "", true},
-                      PartialCase{Field::Country, "12345", true},
-                      PartialCase{Field::Country, "123456", false},
-                      PartialCase{Field::Country, "8a", false},
-                      PartialCase{Field::Country, "+82", false},
-                      PartialCase{Field::Phone, QString(45, '9'), true},
-                      PartialCase{Field::Phone, QString(46, '9'), false},
-                      PartialCase{Field::Phone, "010 1234", false},
-                      PartialCase{Field::Phone, QString::fromUtf8("\u0661\u0662"), false},
-                      PartialCase{Field::SingleSix, "123456", true},
-                      PartialCase{Field::SingleSix, "1234567", false},
-                      PartialCase{Field::SingleDefault, QString(45, '1'), true},
-                      PartialCase{Field::SingleDefault, QString(46, '1'), false}));
-
-struct ValueCase {
-    Field field;
-    QString typed;
-    QString value;
-    bool condition;  // the send button's condition, or the plain button's state
-};
-
-void PrintTo(const ValueCase& c, std::ostream* os) {
-    *os << '"' << c.typed.toStdString() << '"';
-}
-
-class CodeFormatterValue : public ::testing::TestWithParam<ValueCase> {};
-
-TEST_P(CodeFormatterValue, DropsLeadingZerosAndPassesTheCondition) {
-    const auto& c = GetParam();
-    Fixture f(c.field);
-    // Make the other condition true so the send button shows this one alone.
-    if (c.field == Field::Country) f.send.setEnableFromSec(true);
-    if (c.field == Field::Phone) f.send.setEnableFromFirst(true);
-    EXPECT_EQ(f.formatter->getObjectValue(c.typed), c.value);
-    const bool state = (c.field == Field::Country || c.field == Field::Phone) ? f.send.isEnabled()
-                                                                              : f.plain.isEnabled();
-    EXPECT_EQ(state, c.condition) << c.typed.toStdString();
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, CodeFormatterValue,
-                         ::testing::Values(ValueCase{Field::Country, "0082", "82", true},
-                                           ValueCase{Field::Country, "000", "", false},
-                                           ValueCase{Field::Country, "", "", false},
-                                           ValueCase{Field::Phone, "00101234", "101234", true},
-                                           ValueCase{Field::Phone, "0", "", false},
-                                           ValueCase{Field::Phone, "1020", "1020", true},
-                                           ValueCase{Field::SingleSix, "0123", "123", true},
-                                           ValueCase{Field::SingleSix, "00", "", false}));
-
-TEST(CodeFormatter, PopupFollowsTheTypedCode) {
-    struct {
-        QString typed;
-        int index;
-    } const cases[] = {{"82", 1}, {"8", -1}, {"44", 2}, {"1", 0}, {"", -1}, {"440", -1}};
-    Fixture f(Field::Country);
-    for (const auto& c : cases) {
-        f.popup.setCurrentIndex(0);
-        ASSERT_TRUE(f.formatter->isPartialStringValid(c.typed));
-        EXPECT_EQ(f.popup.currentIndex(), c.index) << c.typed.toStdString();
-    }
-}
-
-TEST(CodeFormatter, RefusedEditLeavesThePopupAlone) {
-    Fixture f(Field::Country);
-    f.popup.setCurrentIndex(2);
-    EXPECT_FALSE(f.formatter->isPartialStringValid("82x"));
-    EXPECT_EQ(f.popup.currentIndex(), 2);
-}
-
-TEST(CodeFormatter, PublishesEachAcceptedEditUnderItsFieldsKey) {
-    struct {
+TEST(CodeFormatter, AcceptsOnlyDigitsUpToTheLimitAndPublishesAcceptedEdits) {
+    const struct {
         Field field;
-        QString typed;
-        QVariantMap expected;  // empty: nothing is posted
-    } const cases[] = {{Field::Country, "82", {{"Code", "82"}}},
-                       {Field::Phone, "0101", {{"Phone", "0101"}}},
-                       {Field::SingleSix, "123", {}},
-                       {Field::Country, "8x", {}}};
+        QString partial;
+        bool accepted;
+    } cases[] = {
+        {Field::Country, "", true},
+        {Field::Country, "12345", true},
+        {Field::Country, "123456", false},
+        {Field::Country, "8a", false},
+        {Field::Country, "+82", false},
+        {Field::Phone, QString(45, '9'), true},
+        {Field::Phone, QString(46, '9'), false},
+        {Field::Phone, "010 1234", false},
+        {Field::Phone, QString::fromUtf8("\u0661\u0662"), false},
+        {Field::Certificate, QString(45, '1'), true},
+        {Field::Certificate, QString(46, '1'), false},
+    };
     for (const auto& c : cases) {
         Fixture f(c.field);
         QSignalSpy spy(&NBXNotificationCenter::defaultCenter(), &NBXNotificationCenter::notified);
-        f.formatter->isPartialStringValid(c.typed);
-        if (c.expected.isEmpty()) {
-            EXPECT_EQ(spy.count(), 0) << c.typed.toStdString();
+        EXPECT_EQ(f.formatter->isPartialStringValid(c.partial), c.accepted)
+            << c.partial.toStdString();
+        // Accepted edits of the country and phone fields are published under their keys.
+        if (!c.accepted || c.field == Field::Certificate) {
+            EXPECT_EQ(spy.count(), 0);
             continue;
         }
         ASSERT_EQ(spy.count(), 1);
         EXPECT_EQ(spy.at(0).at(0).toString(), "insertUserInfo");
-        EXPECT_EQ(spy.at(0).at(1).toMap(), c.expected);
+        EXPECT_EQ(spy.at(0).at(1).toMap(),
+                  (QVariantMap{{c.field == Field::Country ? "Code" : "Phone", c.partial}}));
     }
 }
 
-TEST(CodeFormatter, TypingIntoARealFieldRefusesTheSixthDigit) {
-    Fixture f(Field::Country);
-    QLineEdit field;
-    f.formatter->attach(&field);
-    QTest::keyClicks(&field, "8a2");
-    EXPECT_EQ(field.text(), "82");
-    EXPECT_EQ(f.popup.currentIndex(), 1);
-    QTest::keyClicks(&field, "12345");
-    EXPECT_EQ(field.text(), "82123");
-    EXPECT_EQ(f.popup.currentIndex(), -1);
-}
-
-TEST(CodeFormatter, FinishingAnEditShowsTheValueWithoutLeadingZeros) {
-    Fixture f(Field::Phone);
-    QLineEdit field;
-    f.formatter->attach(&field);
-    QTest::keyClicks(&field, "0010");
-    emit field.editingFinished();
-    EXPECT_EQ(field.text(), "10");
-}
-
-TEST(SendButton, EnabledExactlyWhileBothConditionsHold) {
-    test::qtApp();
-    struct Step {
-        bool first;
-        bool value;
+TEST(CodeFormatter, DropsLeadingZerosAndPassesTheCondition) {
+    const struct {
+        Field field;
+        QString typed, value;
         bool enabled;
+    } cases[] = {
+        {Field::Country, "0082", "82", true},
+        {Field::Country, "000", "", false},
+        {Field::Country, "", "", false},
+        {Field::Phone, "00101234", "101234", true},
+        {Field::Phone, "0", "", false},
+        {Field::Phone, "1020", "1020", true},
+        {Field::Certificate, "0123", "123", true},
+        {Field::Certificate, "00", "", false},
     };
-    const std::vector<Step> steps = {{true, true, false},   {false, true, true},
-                                     {true, false, false},  {true, true, true},
-                                     {false, false, false}, {false, true, true}};
-    NBXSendButton button;
-    EXPECT_FALSE(button.isEnabled());
-    for (const auto& s : steps) {
-        if (s.first) {
-            button.setEnableFromFirst(s.value);
-        } else {
-            button.setEnableFromSec(s.value);
-        }
-        EXPECT_EQ(button.isEnabled(), s.enabled);
+    for (const auto& c : cases) {
+        Fixture f(c.field);
+        // The other field of the send button counts as filled, so this one alone decides.
+        f.send.setEnableFromSec(c.field == Field::Country);
+        f.send.setEnableFromFirst(c.field == Field::Phone);
+        EXPECT_EQ(f.formatter->getObjectValue(c.typed), c.value);
+        const QAbstractButton& button =
+            c.field == Field::Certificate ? static_cast<QAbstractButton&>(f.plain) : f.send;
+        EXPECT_EQ(button.isEnabled(), c.enabled) << c.typed.toStdString();
     }
 }
 
-TEST(SendButton, CountryAndPhoneFieldsTogetherDriveIt) {
+// An accepted code selects its country or none; a refused edit leaves the popup alone.
+TEST(CodeFormatter, PopupFollowsTheTypedCode) {
+    const struct {
+        QString typed;
+        int index;
+    } cases[] = {{"82", 1}, {"1", 0}, {"8", -1}, {"", -1}, {"440", -1}, {"82x", 2}};
+    Fixture f(Field::Country);
+    for (const auto& c : cases) {
+        f.popup.setCurrentIndex(2);
+        EXPECT_EQ(f.formatter->isPartialStringValid(c.typed), c.typed != "82x");
+        EXPECT_EQ(f.popup.currentIndex(), c.index) << c.typed.toStdString();
+    }
+}
+
+TEST(CodeFormatter, RealFieldsRefuseKeysAndShowTheValueWithoutLeadingZeros) {
+    Fixture country(Field::Country), phone(Field::Phone);
+    QLineEdit code, number;
+    country.formatter->attach(&code);
+    QTest::keyClicks(&code, "8a2");
+    EXPECT_EQ(code.text(), "82");
+    EXPECT_EQ(country.popup.currentIndex(), 1);
+    QTest::keyClicks(&code, "12345");
+    EXPECT_EQ(code.text(), "82123");
+    EXPECT_EQ(country.popup.currentIndex(), -1);
+    phone.formatter->attach(&number);
+    QTest::keyClicks(&number, "0010");
+    emit number.editingFinished();
+    EXPECT_EQ(number.text(), "10");
+}
+
+// The send button needs both the country code and the phone number.
+TEST(SendButton, EnabledExactlyWhileBothFieldsHoldACode) {
     Fixture country(Field::Country);
     NBXCodeFormatter phone(&country.send);
-    country.formatter->getObjectValue("82");
-    EXPECT_FALSE(country.send.isEnabled());
-    phone.getObjectValue("0101");
-    EXPECT_TRUE(country.send.isEnabled());
-    phone.getObjectValue("000");
-    EXPECT_FALSE(country.send.isEnabled());
+    NBXCodeFormatter* code = country.formatter.get();
+    const struct {
+        NBXCodeFormatter* field;
+        QString typed;
+        bool enabled;
+    } steps[] = {{code, "82", false},
+                 {&phone, "0101", true},
+                 {&phone, "000", false},
+                 {&phone, "5", true},
+                 {code, "0", false}};
+    for (const auto& step : steps) {
+        step.field->getObjectValue(step.typed);
+        EXPECT_EQ(country.send.isEnabled(), step.enabled) << step.typed.toStdString();
+    }
 }
 
 TEST(TextFieldFormatter, LimitsLengthAndEnablesOnNonBlankText) {
     test::qtApp();
-    struct {
+    const struct {
         QString text;
-        bool accepted;
-        bool enabled;
-    } const cases[] = {{"", true, false},     {"   ", true, false},    {" a ", true, true},
-                       {"12345", true, true}, {"123456", false, true}, {"é漢字", true, true}};
+        bool accepted, enabled;
+    } cases[] = {{"", true, false},     {"   ", true, false},    {" a ", true, true},
+                 {"12345", true, true}, {"123456", false, true}, {"é漢字", true, true}};
     QPushButton ok;
     NBXTextFieldFormatter formatter(5, &ok);
     for (const auto& c : cases) {
@@ -231,14 +165,6 @@ TEST(TextFieldFormatter, LimitsLengthAndEnablesOnNonBlankText) {
         EXPECT_EQ(formatter.getObjectValue(c.text), c.text);
         EXPECT_EQ(ok.isEnabled(), c.enabled) << c.text.toStdString();
     }
-    EXPECT_EQ(formatter.stringForObjectValue("x"), "x");
-}
-
-TEST(TextFieldFormatter, WorksWithoutAButton) {
-    test::qtApp();
-    NBXTextFieldFormatter formatter(3);
-    EXPECT_EQ(formatter.getObjectValue("abc"), "abc");
-    EXPECT_FALSE(formatter.isPartialStringValid("abcd"));
 }
 
 }  // namespace

@@ -1,13 +1,19 @@
+// Language files, their reader and the shipped resources.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <algorithm>
+#include <cctype>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "LangController.h"
 #include "LangXMLParser.h"
+#include "PropertyListFile.h"
 #include "ScopedEnv.h"
 #include "TempHome.h"
 
@@ -54,15 +60,11 @@ TEST_F(LangFiles, ParserRules) {
         std::string xml;
         std::optional<LangTable> expected;
     } cases[] = {
-        {"two messages", translation(message("Yes", "Ja") + message("No", "Nein")),
-         LangTable{{"Yes", "Ja"}, {"No", "Nein"}}},
         {"escaped ampersand becomes a marker",
          translation(message("Print &amp; Share", "Drucken &amp; Teilen")),
          LangTable{{"Print [] Share", "Drucken [] Teilen"}}},
         {"value before id", translation("<Message><Value>v</Value><Id>k</Id></Message>"),
          LangTable{{"", "v"}}},
-        {"empty id", translation(message("", "v")), LangTable{{"", "v"}}},
-        {"id holding an element", translation(message("<b>k</b>", "v")), LangTable{{"", "v"}}},
         {"id takes its first text", translation(message("a<b/>c", "v")), LangTable{{"a", "v"}}},
         {"value without text", translation(message("k", "")), LangTable{}},
         {"key resets per message",
@@ -70,14 +72,6 @@ TEST_F(LangFiles, ParserRules) {
          LangTable{{"k", "1"}, {"", "2"}}},
         {"later duplicate wins", translation(message("k", "1") + message("k", "2")),
          LangTable{{"k", "2"}}},
-        {"whitespace between elements",
-         "<L>\n <Translation>\n  <Messages>\n   <Message>\n    <Id>k</Id>\n    "
-         "<Value>v</Value>\n   </Message>\n  </Messages>\n </Translation>\n</L>\n",
-         LangTable{{"k", "v"}}},
-        {"several Messages groups",
-         "<L><Translation><Messages>" + message("a", "1") + "</Messages><Messages>" +
-             message("b", "2") + "</Messages></Translation></L>",
-         LangTable{{"a", "1"}, {"b", "2"}}},
         {"first Translation depth first",
          "<L><x><Translation><Messages>" + message("k", "inner") +
              "</Messages></Translation></x><Translation><Messages>" + message("k", "outer") +
@@ -88,12 +82,8 @@ TEST_F(LangFiles, ParserRules) {
              "</Messages></x><Messages/></Translation></L>",
          std::nullopt},
         {"no Translation", "<L><Messages>" + message("k", "v") + "</Messages></L>", std::nullopt},
-        {"empty Translation", "<L><Translation/></L>", std::nullopt},
-        {"text is not an element", "<L><a>Translation</a></L>", std::nullopt},
         {"Message without children", translation("<Message/>"), std::nullopt},
-        {"unclosed", "<L><Translation><Messages>", std::nullopt},
         {"not XML", "Yes = Ja", std::nullopt},
-        {"empty", "", std::nullopt},
         {"invalid UTF-8", translation(message("k", "\xff\xfe")), std::nullopt},
         {"deep without Translation", nested(200000, ""), std::nullopt},
         {"deep Translation", nested(200000, inTranslation), LangTable{{"k", "v"}}},
@@ -142,14 +132,9 @@ TEST(LangControllerLocale, ReadsTheFirstSetVariable) {
     const struct {
         const char *all, *messages, *lang, *expected;
     } cases[] = {
-        {"de_DE.UTF-8", "fr_FR", "ko_KR", "de_DE"},
-        {"", "fr_FR.UTF-8", "ko_KR", "fr_FR"},
-        {nullptr, nullptr, "ko_KR.UTF-8", "ko_KR"},
-        {nullptr, nullptr, "de_DE@euro", "de_DE"},
-        {nullptr, nullptr, "de", "de"},
-        {"C", "fr_FR", nullptr, "en_US"},
-        {nullptr, "POSIX", nullptr, "en_US"},
-        {"C.UTF-8", nullptr, nullptr, "en_US"},
+        {"de_DE.UTF-8", "fr_FR", "ko_KR", "de_DE"}, {"", "fr_FR.UTF-8", "ko_KR", "fr_FR"},
+        {nullptr, nullptr, "ko_KR.UTF-8", "ko_KR"}, {nullptr, nullptr, "de_DE@euro", "de_DE"},
+        {"C", "fr_FR", nullptr, "en_US"},           {"C.UTF-8", nullptr, nullptr, "en_US"},
         {nullptr, nullptr, nullptr, "en_US"},
     };
     const auto value = [](const char* v) {
@@ -176,22 +161,96 @@ TEST_F(LangFiles, LocaleChoosesTheFile) {
             << locale;
 }
 
-TEST(LangControllerProcess, ShippedFilesFollowTheLocale) {
-    ScopedEnv resources("NBX_RESOURCES", NBX_RESOURCES_SOURCE);
-    ScopedEnv all("LC_ALL", std::nullopt), messages("LC_MESSAGES", std::nullopt);
-    const struct {
-        const char *lang, *language, *yes;
-    } cases[] = {
-        {"de_CH.UTF-8", "Deutsch", "Ja"},
-        {"en_GB.UTF-8", "English", "Yes"},
-        {"ja_JP.UTF-8", "English", "Yes"},
-    };
-    for (const auto& c : cases) {
-        ScopedEnv lang("LANG", c.lang);
-        const auto controller = LangController::forProcessLocale();
-        EXPECT_EQ(controller.getLocalizedStringWithKey("Localization_MAC"), c.language) << c.lang;
-        EXPECT_EQ(controller.getLocalizedStringWithKey("Yes"), c.yes) << c.lang;
+const std::string kShare = NBX_RESOURCES_SOURCE;
+
+const PropertyValue& infoPlist() {
+    static const PropertyValue info =
+        readPropertyListFile(kShare + "/Info.plist").value_or(PropertyValue());
+    return info;
+}
+
+const PropertyArray& countries() {
+    static const PropertyArray none;
+    const auto* list = infoPlist()["CountyCode"].arrayPtr();
+    return list ? *list : none;
+}
+
+std::size_t count(const std::string& text, const std::string& part) {
+    std::size_t n = 0;
+    for (auto at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++n;
+    return n;
+}
+
+bool blank(const std::string& text) {
+    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isspace(c); });
+}
+
+// Every shipped language holds exactly the application's keys and the country names.
+TEST(LanguageFiles, HoldEveryKeyWithItsPlaceholders) {
+    std::set<std::string> known;
+    std::ifstream in(kShare + "/languageXML/keys.txt");
+    for (std::string key; std::getline(in, key);) {
+        // The reader turns an escaped ampersand into "[]".
+        if (const auto at = key.find("&amp;"); at != std::string::npos) key.replace(at, 5, "[]");
+        if (!key.empty()) known.insert(key);
     }
+    ASSERT_GT(known.size(), 100u);
+    ASSERT_GT(countries().size(), 200u);
+    for (const auto& country : countries())
+        known.insert(country["Name"].string().value_or(""));
+    for (const char* file : {"en.xml", "de.xml"}) {
+        SCOPED_TRACE(file);
+        const LangController lang(kShare + "/languageXML/" + file);
+        std::set<std::string> keys;
+        for (const auto& [key, value] : lang.dicLang()) {
+            keys.insert(key);
+            EXPECT_FALSE(blank(key));
+            EXPECT_FALSE(blank(value)) << key;
+            for (const char* placeholder : {"%1%", "%2%", "%2%%%", "[]"})
+                EXPECT_EQ(count(value, placeholder), count(key, placeholder))
+                    << key << " → " << value;
+        }
+        EXPECT_EQ(keys, known);
+    }
+}
+
+TEST(InfoPlist, HoldsTheApplicationSettings) {
+    const auto& info = infoPlist();
+    ASSERT_TRUE(info.isDictionary());
+    EXPECT_TRUE(info["Debug"].isInteger());
+    EXPECT_EQ(info["DEBUG"].boolean(), false);
+    EXPECT_EQ(info["AboutSite"].string().value_or("").rfind("https://", 0), 0u);
+}
+
+TEST(InfoPlist, CountryTableIsWellFormed) {
+    ASSERT_GT(countries().size(), 230u);
+    std::set<std::string> flags, names;
+    std::map<std::string, std::string> codes;  // by upper-case flag
+    for (const auto& country : countries()) {
+        const auto name = country["Name"].string().value_or("");
+        const auto code = country["Code"].string().value_or("");
+        const auto flag = country["Flag"].string().value_or("");
+        SCOPED_TRACE(country.description());
+        EXPECT_FALSE(blank(name));
+        EXPECT_TRUE(names.insert(name).second);
+        EXPECT_EQ(name.find(','), std::string::npos);  // the sort joins name and code with ","
+        EXPECT_TRUE(!code.empty() && code.size() <= 4 && code[0] != '0' &&
+                    std::all_of(code.begin(), code.end(), ::isdigit));
+        EXPECT_TRUE(flag.size() == 2 && std::all_of(flag.begin(), flag.end(), ::islower));
+        EXPECT_TRUE(flags.insert(flag).second);
+        std::string upper = flag;
+        std::transform(upper.begin(), upper.end(), upper.begin(), ::toupper);
+        EXPECT_EQ(country["Locale_alpha2"].string(), upper);
+        codes[upper] = code;
+    }
+    const std::pair<const char*, const char*> known[] = {
+        {"US", "1"},  {"CA", "1"},  {"GB", "44"}, {"KR", "82"}, {"DE", "49"}, {"FR", "33"},
+        {"JP", "81"}, {"CN", "86"}, {"IN", "91"}, {"RU", "7"},  {"BR", "55"}, {"AU", "61"},
+        {"IT", "39"}, {"ES", "34"}, {"MX", "52"}, {"EG", "20"}, {"ZA", "27"}, {"JM", "1876"},
+    };
+    for (const auto& [alpha2, code] : known)
+        EXPECT_EQ(codes[alpha2], code) << alpha2;
 }
 
 }  // namespace

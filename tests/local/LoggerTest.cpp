@@ -35,18 +35,6 @@ protected:
 
 const std::string kStamp = R"(\[\d\d/\d\d/\d\d\|(0[1-9]|1[0-2]):[0-5]\d:[0-6]\d\.\d{4}\] )";
 
-TEST_F(LoggerTest, EntriesBeginWithALineFeedAndAStamp) {
-    const NBXLogger logger("NBXSetting");
-    EXPECT_EQ(logger.backupFilePath(), logFolder + "/_NBXSetting.log");
-    logger.log("first");
-    logger.log("second 100%s");
-    NBXLogger::flush();
-    const std::string text = contents(logFolder + "/NBXSetting.log");
-    EXPECT_TRUE(
-        std::regex_match(text, std::regex("\n" + kStamp + "first\n" + kStamp + "second 100%s")))
-        << text;
-}
-
 TEST_F(LoggerTest, LevelComesFromTheInformationDictionary) {
     const std::pair<PropertyValue, std::int32_t> cases[] = {
         {2, 2}, {"2", 2}, {1, 1}, {7, 7}, {nullptr, 0}};
@@ -63,21 +51,10 @@ TEST_F(LoggerTest, LevelComesFromTheInformationDictionary) {
     }
 }
 
-// A logger given its own folder, or no name, never writes.
-TEST_F(LoggerTest, LoggersThatNeverWrite) {
-    const NBXLogger inFolder("Own", home.path() + "/own"), unnamed("");
-    EXPECT_EQ(inFolder.loggingFilePath(), home.path() + "/own/Own.log");
-    EXPECT_EQ(inFolder.nDebug(), 0);
-    EXPECT_EQ(unnamed.loggingFilePath(), "");
-    inFolder.log("x");
-    unnamed.log("x");
-    NBXLogger::flush();
-    EXPECT_TRUE(fs::is_empty(home.path() + "/own"));
-    EXPECT_FALSE(fs::exists(logFolder));
-}
-
 TEST_F(LoggerTest, RotatesOnlyPastTheLimit) {
-    const NBXLogger logger("Rotate");
+    const NBXLogger logger("NBXSetting");
+    EXPECT_EQ(logger.loggingFilePath(), logFolder + "/NBXSetting.log");
+    EXPECT_EQ(logger.backupFilePath(), logFolder + "/_NBXSetting.log");
     std::ofstream(logger.loggingFilePath()) << std::string(5242880, 'x');
     std::ofstream(logger.backupFilePath()) << "old backup";
     EXPECT_FALSE(logger.logSizeGreaterThanLimit());
@@ -85,13 +62,21 @@ TEST_F(LoggerTest, RotatesOnlyPastTheLimit) {
     NBXLogger::flush();
     EXPECT_EQ(contents(logger.backupFilePath()), "old backup");
     EXPECT_TRUE(logger.logSizeGreaterThanLimit());
-    logger.log("b");
+    logger.log("b 100%s");
     NBXLogger::flush();
     const std::string backup = contents(logger.backupFilePath());
     EXPECT_EQ(backup.size(), 5242880 + std::string("\n[yy/MM/dd|hh:mm:ss.SSSS] a").size());
     EXPECT_EQ(backup.back(), 'a');
-    EXPECT_TRUE(
-        std::regex_match(contents(logger.loggingFilePath()), std::regex("\n" + kStamp + "b")));
+    EXPECT_TRUE(std::regex_match(contents(logger.loggingFilePath()),
+                                 std::regex("\n" + kStamp + "b 100%s")));
+
+    // A backup that cannot be replaced leaves the log growing; the worker must not die.
+    fs::remove(logger.backupFilePath());
+    fs::create_directories(logger.backupFilePath() + "/full");
+    std::ofstream(logger.loggingFilePath(), std::ios::app) << std::string(5242880, 'x');
+    logger.log("c");
+    NBXLogger::flush();
+    EXPECT_EQ(contents(logger.loggingFilePath()).back(), 'c');
 }
 
 TEST_F(LoggerTest, ManyThreadsWriteEveryLineOnceAndWhole) {

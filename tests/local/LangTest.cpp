@@ -65,6 +65,7 @@ TEST_F(LangFiles, ParserRules) {
          LangTable{{"Print [] Share", "Drucken [] Teilen"}}},
         {"value before id", translation("<Message><Value>v</Value><Id>k</Id></Message>"),
          LangTable{{"", "v"}}},
+        {"id holding an element", translation(message("<b>k</b>", "v")), LangTable{{"", "v"}}},
         {"id takes its first text", translation(message("a<b/>c", "v")), LangTable{{"a", "v"}}},
         {"value without text", translation(message("k", "")), LangTable{}},
         {"key resets per message",
@@ -131,8 +132,8 @@ TEST(LangControllerLocale, ReadsTheFirstSetVariable) {
     } cases[] = {
         {"de_DE.UTF-8", "fr_FR", "ko_KR", "de_DE"}, {"", "fr_FR.UTF-8", "ko_KR", "fr_FR"},
         {nullptr, nullptr, "ko_KR.UTF-8", "ko_KR"}, {nullptr, nullptr, "de_DE@euro", "de_DE"},
-        {"C", "fr_FR", nullptr, "en_US"},           {"C.UTF-8", nullptr, nullptr, "en_US"},
-        {nullptr, nullptr, nullptr, "en_US"},
+        {"C", "fr_FR", nullptr, "en_US"},           {nullptr, "POSIX", "de_DE", "en_US"},
+        {"C.UTF-8", nullptr, nullptr, "en_US"},     {nullptr, nullptr, nullptr, "en_US"},
     };
     const auto value = [](const char* v) {
         return v ? std::optional<std::string>(v) : std::nullopt;

@@ -138,6 +138,7 @@ TEST_F(PropertyListFileTest, BadFilesReadAsNothing) {
         "<plist><dict><key>a</key><string>b</string>",
         "<html><dict/></html>",
         "<plist><dict><key>a</key></dict></plist>",
+        "<plist><dict><string>a</string></dict></plist>",
         "<plist><dict><key>a</key><thing/></dict></plist>",
         "<plist><dict/><dict/></plist>",
         "<plist><date>2020-13-01T00:00:00Z</date></plist>",

@@ -98,6 +98,7 @@ TEST_F(EmulatorTest, HeaderAndBodyChecksGiveTheServiceCodes) {
         const char *body, *contentType, *errorCode;
     } bodies[] = {
         {"{", "application/json", "11000"},
+        {"[]", "application/json", "11000"},
         {"a=1", "application/x-www-form-urlencoded", "11000"},
         {R"({"agentId":[]})", "application/json", "11001"},
         {R"({"agentId":["x"]})", "application/json", "41000"},

@@ -1,7 +1,6 @@
 #include "AppDelegate.h"
 
 #include <QAction>
-#include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QThread>
@@ -9,23 +8,40 @@
 
 #include "AboutSheet.h"
 #include "AlertSheet.h"
+#include "BackendLink.h"
 #include "CIButton.h"
+#include "FriendsProfile.h"
 #include "MainWindow.h"
-#include "NBXRefreshView.h"
+#include "NBXWebServiceRequest.h"
+#include "PhoneRegistration.h"
 #include "PrintLaterSheet.h"
+#include "PrintTarget.h"
+#include "PrinterList.h"
 #include "PrinterScreen.h"
+#include "ServiceSettings.h"
 #include "SettingScreen.h"
 
 namespace nbx {
 
 AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
-    : QObject(parent), platform_(std::move(platform)) {}
+    : QObject(parent),
+      platform_(std::move(platform)),
+      registration_(std::make_unique<PhoneRegistration>(*this)),
+      backend_(std::make_unique<BackendLink>(*this)),
+      printers_(std::make_unique<PrinterList>(*this)),
+      printTarget_(std::make_unique<PrintTarget>(*this)),
+      settings_(std::make_unique<ServiceSettings>(*this)),
+      profile_(std::make_unique<FriendsProfile>(*this)) {}
 
 AppDelegate::~AppDelegate() {
+    // Nobody waits for an answer any more: transfers in flight end within a second.
+    NBXWebServiceRequest::setAbortTransfers(true);
+    registration_->stopTimer();
     // Workers first: one of them may still start the countdown.
     waitForWorkers();
-    stopTimer();
-    if (threadTimer.joinable()) threadTimer.join();
+    registration_->stopTimer();
+    registration_->joinTimer();
+    NBXWebServiceRequest::setAbortTransfers(false);
 }
 
 void AppDelegate::onMainThread(std::function<void()> work) {
@@ -80,7 +96,8 @@ void AppDelegate::terminate() {
     if (platform_.quit) platform_.quit();
 }
 
-// Wires the window's controls to the flows; every handler runs on the main thread.
+// Wires the window's controls to the controller and the flows; every handler runs on the main
+// thread.
 void AppDelegate::connectWindow() {
     MainWindow* w = window_.get();
     connect(w->aboutAction, &QAction::triggered, this, &AppDelegate::clickAbout);
@@ -96,7 +113,7 @@ void AppDelegate::connectWindow() {
             &AppDelegate::cancelAction);
     connect(w->settingScreen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
     connect(w->settingScreen->authenticateButton(), &QPushButton::clicked, this,
-            &AppDelegate::clickProfileAuthenticate);
+            [this] { profile_->clickProfileAuthenticate(); });
     connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
     connect(w->aboutSheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
     connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);
@@ -104,7 +121,7 @@ void AppDelegate::connectWindow() {
             &AppDelegate::clickPrinterLaterOKBtn);
     connect(w->settingScreen->moreInfoLink(), &QPushButton::clicked, this,
             &AppDelegate::clickMoreInfo);
-    connectRegistration();
+    registration_->connectWindow(w);
 }
 
 }  // namespace nbx

@@ -1,17 +1,15 @@
 #pragma once
 
 #include <QObject>
-#include <QPointer>
 #include <QStringList>
-#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <thread>
-#include <vector>
+#include <type_traits>
+#include <utility>
 
 #include "AppPlatform.h"
 #include "LangController.h"
@@ -19,47 +17,53 @@
 #include "NBXConnectManger.h"
 #include "NBXLogger.h"
 #include "PropertyValue.h"
+#include "SharedState.h"
 
 namespace nbx {
 
+class BackendLink;
+class FriendsProfile;
 class MainWindow;
+class PhoneRegistration;
+class PrinterList;
+class PrintTarget;
+class ServiceSettings;
 
-// The application controller: owns the window, the language table, the state-file paths and the
-// screen state. Its flows are grouped by area, one source file each.
+// The application controller: owns the window, the flows and the state they share; wires the
+// window to the flows, moves between screens and runs start-up, refresh, alerts and quitting.
+// Each flow is a class of its own that keeps its state.
 class AppDelegate : public QObject {
     Q_OBJECT
 public:
     explicit AppDelegate(AppPlatform platform, QObject* parent = nullptr);
+    // Aborts the transfers in flight and waits for the workers, so quitting is prompt.
     ~AppDelegate() override;
 
-    // The one way other threads reach widgets, alerts and state: queued onto the main thread.
+    // --- threads. Work leaves the main thread through inBackground (or detachNewThread for a
+    // worker body that hands its steps over itself); widgets are touched on the main thread only.
+    // Runs work on a worker and then apply(result) on the main thread; apply is dropped when the
+    // controller is gone by then.
+    template <class Work, class Apply>
+    void inBackground(Work work, Apply apply);
+    void detachNewThread(std::function<void()> work);
+    // Runs work on the main thread: at once when called there, else queued.
     void onMainThread(std::function<void()> work);
     // Queues work for the main thread's next turn, even when called from it.
     void laterOnMainThread(std::function<void()> work);
-    // Runs work on a one-shot detached thread; the controller outlives every such thread.
-    void detachNewThread(std::function<void()> work);
-    // Blocks until every worker started by detachNewThread has ended.
     void waitForWorkers();
 
     // --- start-up (AppDelegateStartup.cpp)
     void applicationDidFinishLaunching(const QStringList& arguments);
     void initCommonValue();
-    void readLaunchArguments(const QStringList& arguments);
-    // The value of "<lead><key><value>": the text from position key length + 1, "" when shorter.
-    static QString textAfterKey(const QString& argument, const QString& key);
-    // Leading integer of a text, 0 when there is none; clamped to int.
-    static int integerValue(const QString& text);
     // The second "_" piece of a locale, "" when there is none.
     static std::string regionOfLocale(const std::string& locale);
-    void showPrintWindow();
     bool checkMyInfoPlist();
     bool checkPrintQInfo();
     bool checkNBXSaveInfoPlist(bool validateContent);
     bool checkVAInfoPlist();
-    bool checkPrinterRegistration();
     bool checkPrintLaterAgain();
 
-    // --- screens and wizard buttons (AppDelegateScreens.cpp)
+    // --- screens, wizard buttons and refresh (AppDelegateScreens.cpp)
     void showAuthScreen();
     void showAddPrinterScreen();
     void showSharingPrinterScreen();
@@ -67,16 +71,15 @@ public:
     void showRegistrationScreen();
     void showGuideScreen();
     void showGuideRegistrationEnableScreen();
-    void clickProfileAuthenticate();
     void showSetting();
+    // Leaves the wizard for the main window's Printer tab.
+    void returnToMainWindow();
     void actionClickToolbar(const QString& tab);
     void nextAction();
     void cancelAction();
-    void recordPrintTarget();
-    PropertyValue makeSendInfo();
-    std::string friendCountryCode();
     void refreshSettingThread();
     void clickRefreshbtnOnMain();
+    // A worker body: the cloud calls block, widget changes are handed to the main thread.
     void clickRefreshbtn(bool fromButton);
 
     // --- alerts and the busy overlay (AppDelegateAlerts.cpp)
@@ -86,28 +89,14 @@ public:
     void showAlertSheet(const std::string& messageKey);
     void closeAlertWindow();
     void showOnlyAlertMSG(const std::string& messageKey);
+    // Alerts shown in place, and alerts handed to the main thread without waiting.
     NBXConnectManger::Context alertContext();
-
-    // --- phone registration (AppDelegateRegistration.cpp)
-    void sortCountryDic();
-    void logDefaultCountry();
-    void clickContryFlag(int index);
-    void clickGetCertificate();
-    void getCerNoAction(const std::string& code, const std::string& phone);
-    void sendRequestPin(const std::string& code, const std::string& phone);
-    void startTimer();
-    void stopTimer();
-    void makeAuthInfoAction();
-    void clickRegistrationCheckBox(bool checked);
-    bool verifCode(const std::string& code, const std::string& PhoneNumber);
-    void requestToBindVA();
-    // Minutes and seconds: "%d:%d", or "%d:0%d" below ten seconds.
-    static QString countdownText(int seconds);
-    bool countdownRunning() const { return timerRunning_; }
+    NBXConnectManger::Context postingAlertContext();
 
     // --- links, helper applications and small sheets (AppDelegateLinks.cpp)
     void clickWebLink();
     void clickMoreInfo();
+    // Runs the setup program on a worker; the follow-up runs on the main thread.
     void runNBXSetup(const std::string& mode);
     bool setupApplicationExists() const;
     void clickAbout();
@@ -118,58 +107,29 @@ public:
     void windowWillClose();
     void terminate();
 
-    // --- places the printer, settings, back-end and job-target flows fill in
-    //     (AppDelegatePrinters.cpp, AppDelegateSettings.cpp, AppDelegateBackend.cpp)
-    bool getAgentPrinterList();
-    bool getSupportCapabilitySelectPrinter();
-    bool writeToTargetPlist();
-    void settingGetPrinterInfo();
-    void refreshPrinter();
-    void refreshSetting();
-    void updateSettingsUI();
-    void setPlusbtn(bool enable);
-    void ManagedPrinterRegistrationBtn();
-    bool makeSPInfoDic();
-    void connectDistributedNotificatiion();
-
-    // The text of a key in the current language.
+    // --- what the flows use
     QString localized(const QString& key) const;
     Localizer localizer() const;
+    void log(const std::string& line) const;
     MainWindow* window() const { return window_.get(); }
+    SharedState& shared() { return shared_; }
+    // The country table, sorted for display at start-up; read-only afterwards.
+    const PropertyValue& arrCountyCode() const { return arrCountyCode_; }
+    const std::string& sSystemLanguage() const { return sSystemLanguage_; }
+    const std::string& sSystemRegion() const { return sSystemRegion_; }
+    const std::string& sAppFolderPath() const { return sAppFolderPath_; }
+    const AppPlatform& platform() const { return platform_; }
 
-    // --- state, as the flows share it; what workers read is atomic, the rest is main-thread only
-    std::atomic<int> nCrtFunctionNum = 1;
-    std::atomic<bool> bAfterCapabilityCheck = false;
-    std::atomic<bool> bCapabilityCheckCompleted = false;
-    int argTotalPages = 0;
-    std::string argColor, argDueplex, argPaperSize, argCopiesVal, argTargetPlist;
-    std::string sAppFolderPath, sUserFolderPath;
-    std::string sNBXSaveInfoPath, sMyInfoFilePath, sVAInfoFilePath, sAgentPLFilePath,
-        sPDLMInfoFilePath, sTonerInfoFilePath;
-    std::string sSystemLanguage, sSystemRegion, sSystemRegionCode;
-    std::string strInsertCode, strInsertPhoneN;
-    PropertyValue dicUpdateInfo = PropertyValue::dictionary();
-    PropertyValue dicGetAgentInfo = PropertyValue::dictionary();
-    PropertyValue dicRegistSelectPrint, dicGetAgentQuantity;
-    PropertyValue arrSaveAgentList = PropertyValue::array();
-    std::optional<std::vector<std::string>> arrGetuserInfo;
-    PropertyValue arrCountyCode = PropertyValue::array();
-    std::atomic<int> nTimePix = 1800;
-    std::atomic<int> nTimeValue = 0;
-    std::atomic<bool> bActiveTimer = false;
-    std::atomic<bool> bSendSMS = false;
-    bool isSendPostNotification = false;
-    bool isObserverExist = false;
+    PhoneRegistration& registration() { return *registration_; }
+    BackendLink& backend() { return *backend_; }
+    PrinterList& printers() { return *printers_; }
+    PrintTarget& printTarget() { return *printTarget_; }
+    ServiceSettings& settings() { return *settings_; }
+    FriendsProfile& profile() { return *profile_; }
 
 private:
-    void log(const std::string& line) const;
     void connectWindow();
-    void connectRegistration();
-    void showPinRequestEnded(bool requested);
-    void showCountdown(int seconds);
-    void countdownExpired();
-    void finishAuthInfo(bool verified, bool stored, bool queuePresent);
-    NBXConnectManger::Context postingAlertContext();
+    void afterSetup();
 
     struct Workers {
         std::mutex mutex;
@@ -179,15 +139,33 @@ private:
 
     AppPlatform platform_;
     std::shared_ptr<Workers> workers_ = std::make_shared<Workers>();
+    SharedState shared_;
     std::optional<LangController> langCtrl;
     std::optional<NBXLogger> logger;
     PropertyValue bundleInfo;
+    PropertyValue arrCountyCode_ = PropertyValue::array();
+    std::string sAppFolderPath_, sSystemLanguage_, sSystemRegion_;
     std::unique_ptr<MainWindow> window_;
-    // The countdown thread; timerMutex_ orders its start against its decision to end.
-    std::mutex timerMutex_;
-    std::condition_variable timerWake_;
-    std::thread threadTimer;
-    std::atomic<bool> timerRunning_ = false;
+    std::unique_ptr<PhoneRegistration> registration_;
+    std::unique_ptr<BackendLink> backend_;
+    std::unique_ptr<PrinterList> printers_;
+    std::unique_ptr<PrintTarget> printTarget_;
+    std::unique_ptr<ServiceSettings> settings_;
+    std::unique_ptr<FriendsProfile> profile_;
 };
+
+template <class Work, class Apply>
+void AppDelegate::inBackground(Work work, Apply apply) {
+    detachNewThread([this, work = std::move(work), apply = std::move(apply)]() mutable {
+        if constexpr (std::is_void_v<std::invoke_result_t<Work&>>) {
+            work();
+            laterOnMainThread([apply = std::move(apply)]() mutable { apply(); });
+        } else {
+            laterOnMainThread([apply = std::move(apply), result = work()]() mutable {
+                apply(std::move(result));
+            });
+        }
+    });
+}
 
 }  // namespace nbx

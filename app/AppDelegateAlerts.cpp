@@ -1,10 +1,12 @@
 #include <QAction>
-#include <filesystem>
 
 #include "AlertSheet.h"
 #include "AppDelegate.h"
 #include "MainWindow.h"
 #include "NBXRefreshView.h"
+#include "PrintTarget.h"
+#include "PrinterList.h"
+#include "StateFiles.h"
 
 namespace nbx {
 
@@ -12,11 +14,15 @@ NBXConnectManger::Context AppDelegate::alertContext() {
     return {*platform_.alerts, false};
 }
 
+NBXConnectManger::Context AppDelegate::postingAlertContext() {
+    return {*platform_.alerts, false,
+            [this](std::function<void()> work) { laterOnMainThread(std::move(work)); }};
+}
+
 void AppDelegate::manageErrCode(const PropertyValue& code) {
     const std::string text = NBXConnectManger::codeText(code);
-    std::error_code ec;
     if (text == "13002") {
-        std::filesystem::remove(sAgentPLFilePath, ec);
+        StateFiles::removeAgentList();
         if (setupApplicationExists()) {
             const int answer = platform_.alerts->runModal(
                 {localized("Authentication Confirmation").toStdString(),
@@ -32,15 +38,16 @@ void AppDelegate::manageErrCode(const PropertyValue& code) {
     } else {
         NBXConnectManger::runAlertPanel(text, alertContext());
         if (text == "16000") {
-            std::filesystem::remove(sAgentPLFilePath, ec);
+            StateFiles::removeAgentList();
             showSetting();
-            setPlusbtn(true);
+            printers_->setPlusbtn(true);
         }
     }
     showRefreshWindow("STOP", false);
-    if (!bCapabilityCheckCompleted && !argTargetPlist.empty()) terminate();
+    if (!printTarget_->bCapabilityCheckCompleted && printTarget_->isPrintLaunch()) terminate();
 }
 
+// Any thread: the change itself is handed to the main thread.
 void AppDelegate::showRefreshWindow(const std::string& word, bool showProgress) {
     if (word != "START" && word != "STOP") {
         onMainThread([this] { refreshMainWin(); });

@@ -6,7 +6,8 @@
 #include "AppDelegate.h"
 #include "MainWindow.h"
 #include "PrintLaterSheet.h"
-#include "PropertyListFile.h"
+#include "ServiceSettings.h"
+#include "StateFiles.h"
 
 namespace nbx {
 
@@ -20,7 +21,8 @@ void AppDelegate::clickMoreInfo() {
 }
 
 bool AppDelegate::setupApplicationExists() const {
-    return std::filesystem::exists(sAppFolderPath + "Nimbrix Setup.app");
+    std::error_code ec;
+    return std::filesystem::exists(sAppFolderPath_ + "Nimbrix Setup.app", ec);
 }
 
 void AppDelegate::runNBXSetup(const std::string& mode) {
@@ -28,14 +30,18 @@ void AppDelegate::runNBXSetup(const std::string& mode) {
         showOnlyAlertMSG("Adding Printer in System Preferences is failed.");
         return;
     }
-    std::system(("\"" + sAppFolderPath + "Nimbrix Setup.app/Contents/MacOS/Nimbrix Setup\" -" +
-                 (mode.empty() ? "userchange" : mode))
-                    .c_str());
-    if (nCrtFunctionNum == 7) {
-        clickRefreshbtn(false);
-    } else if (nCrtFunctionNum == 8) {
+    const std::string command = "\"" + sAppFolderPath_ +
+                                "Nimbrix Setup.app/Contents/MacOS/Nimbrix Setup\" -" +
+                                (mode.empty() ? "userchange" : mode);
+    inBackground([command] { return std::system(command.c_str()); }, [this](int) { afterSetup(); });
+}
+
+void AppDelegate::afterSetup() {
+    if (shared_.nCrtFunctionNum == kPrinterTab) {
+        detachNewThread([this] { clickRefreshbtn(false); });
+    } else if (shared_.nCrtFunctionNum == kSettingTab) {
         actionClickToolbar("Printer");
-        updateSettingsUI();
+        settings_->updateSettingsUI();
         detachNewThread([this] { refreshSettingThread(); });
     }
 }
@@ -54,10 +60,7 @@ void AppDelegate::showPrintLaterSheet() {
 }
 
 void AppDelegate::clickPrinterLaterOKBtn() {
-    PropertyValue info = readPropertyListFile(sMyInfoFilePath).value_or(nullptr);
-    if (!info.isDictionary()) info = PropertyValue::dictionary();
-    info.set("PrinterLater", window_->printLaterSheet->dontShowAgain()->isChecked());
-    writePropertyListFile(sMyInfoFilePath, info);
+    StateFiles::setPrinterLater(window_->printLaterSheet->dontShowAgain()->isChecked());
     window_->printLaterSheet->hide();
 }
 

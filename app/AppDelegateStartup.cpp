@@ -1,11 +1,5 @@
-#include <QAction>
 #include <QCheckBox>
-#include <QLineEdit>
 #include <QPushButton>
-#include <algorithm>
-#include <cctype>
-#include <climits>
-#include <cstdlib>
 #include <filesystem>
 
 #include "AboutSheet.h"
@@ -15,9 +9,11 @@
 #include "NBXAuthenticationManger.h"
 #include "NBXPrinterQManger.h"
 #include "NBXUtility.h"
+#include "PhoneRegistration.h"
+#include "PrintTarget.h"
 #include "PrinterScreen.h"
-#include "PropertyListFile.h"
 #include "SettingScreen.h"
+#include "StateFiles.h"
 
 namespace nbx {
 
@@ -32,38 +28,17 @@ std::string trimmed(const std::string& text) {
 }  // namespace
 
 void AppDelegate::initCommonValue() {
-    dicGetAgentInfo = PropertyValue::dictionary();
-    arrSaveAgentList = PropertyValue::array();
-    dicUpdateInfo = PropertyValue::dictionary();
-    argTotalPages = 0;
-    argColor = argDueplex = argPaperSize = argCopiesVal = argTargetPlist = "";
-    strInsertCode = strInsertPhoneN = "";
-    arrGetuserInfo.reset();
-    dicGetAgentQuantity = dicRegistSelectPrint = PropertyValue();
-    bAfterCapabilityCheck = bCapabilityCheckCompleted = false;
-    isSendPostNotification = isObserverExist = false;
-    nTimePix = platform_.pinValiditySeconds;
-    bSendSMS = false;
-    nCrtFunctionNum = 1;
+    shared_.nCrtFunctionNum = kAuthScreen;
     logger.emplace("NBXSetting");
-
-    sUserFolderPath = NBXUtility::homeFolder() + "/Library/Application Support/Valmora/Nimbrix/";
     std::error_code ec;
-    std::filesystem::create_directories(sUserFolderPath, ec);
-    sAppFolderPath = Configuration::helperApplicationFolder();
-    sNBXSaveInfoPath = sUserFolderPath + "com.Valmora.nbx.plist";
-    sMyInfoFilePath = sUserFolderPath + "MyInfo.plist";
-    sVAInfoFilePath = sUserFolderPath + "va.plist";
-    sAgentPLFilePath = sUserFolderPath + "AgentPL.plist";
-    sPDLMInfoFilePath = sUserFolderPath + "PrinterInfo.plist";
-    sTonerInfoFilePath = sUserFolderPath + "supInfo.plist";
-
+    std::filesystem::create_directories(NBXUtility::appSupportPathForNBX(), ec);
+    sAppFolderPath_ = Configuration::helperApplicationFolder();
     bundleInfo = NBXUtility::infoDictionary();
-    arrCountyCode =
+    arrCountyCode_ =
         bundleInfo["CountyCode"].isArray() ? bundleInfo["CountyCode"] : PropertyValue::array();
     langCtrl = LangController::forProcessLocale();
-    sSystemLanguage = langCtrl->getLocalizedStringWithKey("Localization_MAC");
-    sSystemRegion = regionOfLocale(LangController::processLocale());
+    sSystemLanguage_ = langCtrl->getLocalizedStringWithKey("Localization_MAC");
+    sSystemRegion_ = regionOfLocale(LangController::processLocale());
 }
 
 std::string AppDelegate::regionOfLocale(const std::string& locale) {
@@ -84,38 +59,18 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
         localized("AboutContact"),
         localized("AboutSite"),
         QString::fromStdString(bundleInfo["AboutSite"].string().value_or(""))};
-    sortCountryDic();
-    window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode, about);
-    window_->selectDefaultCountry(QString::fromStdString(sSystemRegion));
-    logDefaultCountry();
+    arrCountyCode_ = registration_->sortCountryDic(arrCountyCode_);
+    window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode_, about);
+    window_->selectDefaultCountry(QString::fromStdString(sSystemRegion_));
+    registration_->logDefaultCountry();
     window_->printerScreen->popupCheckBox()->hide();
     window_->printerScreen->nextButton()->hide();
     window_->printerScreen->cancelButton()->hide();
     connectWindow();
-    readLaunchArguments(arguments);
+    printTarget_->readLaunchArguments(arguments);
 
-    if (!argTargetPlist.empty()) {
-        const PropertyValue saved = readPropertyListFile(sNBXSaveInfoPath).value_or(nullptr);
-        if (!checkMyInfoPlist()) {
-            window_->printerScreen->nextButton()->setEnabled(false);
-            showPrintWindow();
-        } else {
-            const PropertyValue& sendInfo = saved["SendInfo"];
-            const bool direct = saved["DirectPrint"].string() == "TRUE";
-            if (direct && sendInfo["Type"].string() == "Friend" &&
-                sendInfo["PhoneNumber"].string() == "-1") {
-                window_->printerScreen->popupCheckBox()->setChecked(true);
-                showPrintWindow();
-            } else if (direct && !sendInfo.isNull()) {
-                bAfterCapabilityCheck = false;
-                getAgentPrinterList();
-                getSupportCapabilitySelectPrinter();
-                writeToTargetPlist();
-            } else {
-                window_->printerScreen->popupCheckBox()->setChecked(direct);
-                showPrintWindow();
-            }
-        }
+    if (printTarget_->isPrintLaunch()) {
+        printTarget_->launchForJob();
     } else {
         window_->show();
         window_->raise();
@@ -135,55 +90,12 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
     }
 }
 
-QString AppDelegate::textAfterKey(const QString& argument, const QString& key) {
-    return argument.size() > key.size() + 1 ? argument.mid(key.size() + 1) : QString();
-}
-
-int AppDelegate::integerValue(const QString& text) {
-    const std::string digits = text.trimmed().toStdString();
-    const long long value = std::strtoll(digits.c_str(), nullptr, 10);
-    return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
-}
-
-void AppDelegate::readLaunchArguments(const QStringList& arguments) {
-    for (qsizetype i = 1; i < arguments.size(); ++i) {
-        const QString& argument = arguments[i];
-        log("Argument = " + argument.toStdString());
-        auto valueOf = [&](const char* key) { return textAfterKey(argument, key).toStdString(); };
-        if (argument.contains("TotalPages:")) {
-            argTotalPages = integerValue(textAfterKey(argument, "TotalPages:"));
-        }
-        if (argument.contains("ColorModel:")) argColor = valueOf("ColorModel:");
-        if (argument.contains("Duplex:")) argDueplex = valueOf("Duplex:");
-        if (argument.contains("PaperSize:")) argPaperSize = valueOf("PaperSize:");
-        if (argument.contains("nbxtarget:")) {
-            argTargetPlist = argument.split(':').last().toStdString();
-        }
-        if (argument.contains("TotalCopies:")) argCopiesVal = valueOf("TotalCopies:");
-    }
-}
-
-void AppDelegate::showPrintWindow() {
-    bAfterCapabilityCheck = true;
-    window_->setSettingsTabVisible(false);
-    window_->printerScreen->popupCheckBox()->show();
-    window_->printerScreen->nextButton()->show();
-    window_->printerScreen->cancelButton()->show();
-    window_->setWindowFlag(Qt::WindowStaysOnTopHint, true);
-    window_->show();
-    window_->raise();
-    window_->activateWindow();
-}
-
+// Any thread: the identity is read from its store and kept for the flows.
 bool AppDelegate::checkMyInfoPlist() {
-    const auto stored = NBXAuthenticationManger::returnAuthInfo();
-    if (stored) {
-        arrGetuserInfo = std::vector<std::string>(stored->begin(), stored->end());
-        return true;
-    }
-    arrGetuserInfo.reset();
-    log("Check MyInfo.plist Fail.");
-    return false;
+    const SenderIdentity stored = NBXAuthenticationManger::returnAuthInfo();
+    shared_.arrGetuserInfo.set(stored);
+    if (!stored) log("Check MyInfo.plist Fail.");
+    return stored.has_value();
 }
 
 bool AppDelegate::checkPrintQInfo() {
@@ -193,13 +105,13 @@ bool AppDelegate::checkPrintQInfo() {
 }
 
 bool AppDelegate::checkNBXSaveInfoPlist(bool validateContent) {
-    if (!std::filesystem::exists(sNBXSaveInfoPath)) {
+    std::error_code ec;
+    if (!std::filesystem::exists(StateFiles::pathTo(StateFiles::kJobPreferenceFile), ec)) {
         log("Get user info fail.");
         return false;
     }
     if (!validateContent) return true;
-    const PropertyValue saved = readPropertyListFile(sNBXSaveInfoPath).value_or(nullptr);
-    const PropertyValue& info = saved["SendInfo"];
+    const PropertyDictionary info = StateFiles::sendInfo().value_or(PropertyDictionary());
     auto filled = [&](const char* key) {
         return !trimmed(info[key].string().value_or("")).empty();
     };
@@ -217,34 +129,8 @@ bool AppDelegate::checkVAInfoPlist() {
     return true;
 }
 
-bool AppDelegate::checkPrinterRegistration() {
-    const auto agents = readPropertyListFile(sAgentPLFilePath);
-    if (dicGetAgentInfo.size() == 0 || !agents) return true;
-    auto upper = [](std::string text) {
-        std::transform(text.begin(), text.end(), text.begin(),
-                       [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-        return text;
-    };
-    const auto own = dicGetAgentInfo["agentMacAddress"].string();
-    if (!own) return false;
-    for (std::size_t i = 0; i < agents->size(); ++i) {
-        if (upper(agents->at(i)["agentMacAddress"].string().value_or("")) == upper(*own)) {
-            return true;
-        }
-    }
-    onMainThread([this] {
-        window_->settingScreen->registrationCheckBox()->setChecked(false);
-        window_->settingScreen->modelField()->clear();
-        ManagedPrinterRegistrationBtn();
-        dicUpdateInfo = PropertyValue::dictionary({{"Command", "StopPolling"}});
-        connectDistributedNotificatiion();
-    });
-    return false;
-}
-
 bool AppDelegate::checkPrintLaterAgain() {
-    const auto info = readPropertyListFile(sMyInfoFilePath);
-    return info && (*info)["PrinterLater"].isTrue();
+    return StateFiles::printerLater();
 }
 
 }  // namespace nbx

@@ -13,6 +13,7 @@
 #include "NBXLogger.h"
 #include "NBXUtility.h"
 #include "PropertyListFile.h"
+#include "StateFiles.h"
 
 namespace nbx {
 
@@ -55,14 +56,10 @@ bool succeeded(bool performed, const PropertyValue& answer) {
     return performed && answer["success"].isTrue();
 }
 
-// The service's refusal, or input it would refuse, gets its own message; a call that never got
-// an answer reads as a connection failure.
-std::string failureMessage(bool ok, const PropertyValue& answer, const PropertyValue& error,
-                           const char* refusal) {
-    if (ok) return "";
-    if (!answer["errorCode"].isNull()) return refusal;
-    if (error["errorCode"].integer() == NBXCloudInterface::kInputErrorCode) return refusal;
-    return error["errorCode"].isNull() ? "" : "Connection failed.";
+// Only the service's own refusal is told here: a call that never got an answer, or that the
+// interface refused before sending, shows nothing.
+std::string failureMessage(bool ok, const PropertyValue& answer, const char* refusal) {
+    return ok || answer["errorCode"].isNull() ? "" : refusal;
 }
 
 }  // namespace
@@ -104,7 +101,7 @@ bool NBXConnectManger::requestPINCode(const PropertyValue& info, bool defaultSen
     PropertyValue answer, error;
     const bool ok =
         succeeded(cloud->requestAuthenticationByPushMessage(request, &answer, &error), answer);
-    postAlertMSG(failureMessage(ok, answer, error, "Authentication failed."), context);
+    postAlertMSG(failureMessage(ok, answer, "Authentication failed."), context);
     return ok;
 }
 
@@ -142,7 +139,7 @@ bool NBXConnectManger::sendPinToServerWithPhone(const std::string& phone,
                                    {"pinCode", pinText(WithPin)}});
     PropertyValue answer, error;
     const bool ok = succeeded(cloud->validateIdentifier(request, &answer, &error), answer);
-    postAlertMSG(failureMessage(ok, answer, error, "Incorrect PIN."), context);
+    postAlertMSG(failureMessage(ok, answer, "Incorrect PIN."), context);
     return ok;
 }
 
@@ -168,13 +165,10 @@ std::string NBXConnectManger::messageKeyForCode(const std::string& code) {
 }
 
 std::string NBXConnectManger::storedPhoneText() {
-    const auto info = readPropertyListFile(
-        NBXUtility::homeFolder() + "/Library/Application Support/Valmora/Nimbrix/MyInfo.plist");
+    const auto info = readPropertyListFile(StateFiles::pathTo(StateFiles::kMyInfoFile));
     if (!info) return "";
-    std::string number = (*info)["PhoneNumber"].string().value_or("");
-    const auto firstNonZero = number.find_first_not_of('0');
-    number = firstNonZero == std::string::npos ? "" : number.substr(firstNonZero);
-    return "+" + (*info)["CountryCode"].string().value_or("") + number;
+    return "+" + (*info)["CountryCode"].string().value_or("") +
+           removeLeadingZeros((*info)["PhoneNumber"].string().value_or(""));
 }
 
 std::string NBXConnectManger::replaceFirst(const std::string& text, const std::string& placeholder,

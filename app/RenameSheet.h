@@ -10,7 +10,8 @@ namespace nbx {
 class RenameSheet : public Sheet {
     Q_OBJECT
 public:
-    static constexpr int kMaxNameLength = 40;
+    // One past the 45 characters a new name keeps, so the rename can cut a longer one itself.
+    static constexpr int kMaxNameLength = 46;
 
     RenameSheet(const Localizer& tr, QWidget* parent);
     QLineEdit* nameField() const { return name_; }

@@ -18,20 +18,27 @@
 #include "AccountEntry.h"
 #include "AlertSheet.h"
 #include "AppDelegate.h"
+#include "BackendLink.h"
+#include "FriendsProfile.h"
 #include "MainWindow.h"
 #include "NBXConnectManger.h"
 #include "NBXPrinterQManger.h"
 #include "NBXRefreshView.h"
 #include "NBXSendButton.h"
 #include "PhoneEntry.h"
+#include "PhoneRegistration.h"
 #include "PinEntry.h"
 #include "PrintLaterSheet.h"
+#include "PrintTarget.h"
+#include "PrinterList.h"
 #include "PrinterScreen.h"
 #include "PrivateCupsd.h"
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
 #include "QtTestApp.h"
+#include "RenameSheet.h"
 #include "ScopedEnv.h"
+#include "ServiceSettings.h"
 #include "SettingScreen.h"
 #include "TempHome.h"
 #include "UnlinkSheet.h"
@@ -103,6 +110,11 @@ public:
         arguments.prepend("nimbrix-agent");
         delegate_->applicationDidFinishLaunching(arguments);
         return *delegate_;
+    }
+    // Ends the controller as quitting does, which waits for its workers.
+    void quit() {
+        delegate_.reset();
+        drainEvents();
     }
     // Runs held workers, each on its own thread, and those they start, until none is left;
     // then the main-thread work they handed over.

@@ -124,12 +124,13 @@ TEST(ManageErrCode, EveryCodeStopsTheOverlay) {
         d.showRefreshWindow("START", true);
         ASSERT_FALSE(d.window()->refreshView->isHidden());
         d.manageErrCode(c.code);
+        h.runWorkers();
         EXPECT_TRUE(d.window()->refreshView->isHidden());
         EXPECT_TRUE(d.window()->refreshAction->isEnabled());
         ASSERT_EQ(h.alerts->texts(), c.alerts);
         EXPECT_EQ(h.quits, c.quits);
         EXPECT_EQ(h.setupArguments(), c.setupArguments);
-        EXPECT_EQ(d.nCrtFunctionNum, c.state);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, c.state);
         if (c.code == "13002" || c.code == "16000")
             EXPECT_FALSE(std::filesystem::exists(h.userFile("AgentPL.plist")));
         if (c.state == 7)
@@ -144,7 +145,7 @@ TEST(ManageErrCode, PrintLaunchEndsUnlessTheCapabilityCheckIsDone) {
     for (const bool done : {false, true}) {
         AppHarness h;
         AppDelegate& d = h.launch({h.targetArgument()});
-        d.bCapabilityCheckCompleted = done;
+        d.printTarget().bCapabilityCheckCompleted = done;
         d.manageErrCode("1002");
         EXPECT_EQ(h.quits, done ? 0 : 1);
     }

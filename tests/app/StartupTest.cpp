@@ -21,16 +21,17 @@ TEST(LaunchArguments, ValuesStartAfterOneLeadingCharacterAndTheKey) {
     AppHarness h;
     for (const auto& [arguments, read] : cases) {
         AppDelegate d({h.alerts, h.urls, [] {}, {}});
-        d.readLaunchArguments(QStringList{"nimbrix-agent"} + arguments);
-        EXPECT_EQ(std::to_string(d.argTotalPages) + "|" + d.argColor + "|" + d.argDueplex + "|" +
-                      d.argPaperSize + "|" + d.argCopiesVal + "|" + d.argTargetPlist,
+        PrintTarget& t = d.printTarget();
+        t.readLaunchArguments(QStringList{"nimbrix-agent"} + arguments);
+        EXPECT_EQ(std::to_string(t.argTotalPages) + "|" + t.argColor + "|" + t.argDueplex + "|" +
+                      t.argPaperSize + "|" + t.argCopiesVal + "|" + t.argTargetPlist,
                   read)
             << arguments.join(' ').toStdString();
     }
     // The program name is never read.
     AppDelegate d({h.alerts, h.urls, [] {}, {}});
-    d.readLaunchArguments({"-TotalPages:9"});
-    EXPECT_EQ(d.argTotalPages, 0);
+    d.printTarget().readLaunchArguments({"-TotalPages:9"});
+    EXPECT_EQ(d.printTarget().argTotalPages, 0);
 }
 
 TEST(Locale, RegionIsTheSecondPiece) {
@@ -47,11 +48,11 @@ TEST(Startup, WithoutTheQueueTheAddPrinterScreenOpensInTheUsersLanguage) {
         AppHarness h(locale);
         AppDelegate& d = h.launch();
         EXPECT_TRUE(std::filesystem::is_directory(h.home.appSupportFolder()));
-        EXPECT_EQ(d.sSystemLanguage, language);
-        EXPECT_EQ(d.sSystemRegion, region);
-        EXPECT_GT(d.arrCountyCode.size(), 100u);
+        EXPECT_EQ(d.sSystemLanguage(), language);
+        EXPECT_EQ(d.sSystemRegion(), region);
+        EXPECT_GT(d.arrCountyCode().size(), 100u);
         EXPECT_EQ(d.window()->windowTitle(), "Nimbrix 2.0");
-        EXPECT_EQ(d.nCrtFunctionNum, 2);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, 2);
         EXPECT_EQ(d.window()->currentScreen(), (QWidget*)d.window()->addPrinterScreen);
         EXPECT_TRUE(d.window()->toolbar->isHidden());
         EXPECT_TRUE(d.window()->isVisible());
@@ -86,8 +87,8 @@ TEST(PrintLaunch, ShowsTheTargetChoiceUnlessPrintingDirectly) {
         if (!c.saved.isNull()) h.writeUserFile("com.Valmora.nbx.plist", c.saved);
         AppDelegate& d = h.launch({"-TotalPages:3", h.targetArgument()});
         PrinterScreen* screen = d.window()->printerScreen;
-        EXPECT_EQ(d.argTargetPlist, h.target());
-        EXPECT_EQ(d.bAfterCapabilityCheck, c.windowShown);
+        EXPECT_EQ(d.printTarget().argTargetPlist, h.target());
+        EXPECT_EQ(d.printTarget().bAfterCapabilityCheck, c.windowShown);
         EXPECT_EQ(d.window()->isVisible(), c.windowShown);
         if (!c.windowShown) continue;
         EXPECT_FALSE(d.window()->settingsTab->isVisible());
@@ -130,20 +131,23 @@ TEST(Quitting, ClosingNeverChangesTheStoredDirectPrint) {
 
 using QueueStartup = QueueTest;
 
+// Signed in, the main window opens with the phone in My Profile.
 TEST_F(QueueStartup, FirstScreenFollowsTheQueue) {
     {
         AppHarness h("C", false);
         AppDelegate& d = h.launch();
-        EXPECT_EQ(d.nCrtFunctionNum, 2);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, 2);
         d.nextAction();
         EXPECT_TRUE(NBXPrinterQManger::checkPrinterQ());
-        EXPECT_EQ(d.nCrtFunctionNum, 7);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, 7);
         EXPECT_EQ(d.window()->currentScreen(), (QWidget*)d.window()->printerScreen);
         EXPECT_FALSE(d.window()->titleViewVisible());
     }
     AppHarness h("C", false);
+    h.signIn("82", "0101234");
     AppDelegate& d = h.launch();
-    EXPECT_EQ(d.nCrtFunctionNum, 7);
+    EXPECT_EQ(d.shared().nCrtFunctionNum, 7);
+    EXPECT_EQ(d.window()->settingScreen->senderLabel()->text(), "+82 101234");
     EXPECT_TRUE(d.window()->printerTab->isChecked());
     EXPECT_FALSE(d.window()->toolbar->isHidden());
     EXPECT_EQ(h.workers.size(), 1u);  // the background refresh
@@ -157,7 +161,7 @@ TEST_F(QueueStartup, FailedInstallShowsTheAlertAndStays) {
     EXPECT_TRUE(h.alerts->shown.empty());  // handed over, not shown at once
     AppHarness::drainEvents();
     EXPECT_EQ(h.alerts->texts(), Texts{kQueueFailed});
-    EXPECT_EQ(d.nCrtFunctionNum, 2);
+    EXPECT_EQ(d.shared().nCrtFunctionNum, 2);
 }
 
 }  // namespace

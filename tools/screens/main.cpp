@@ -19,6 +19,7 @@
 #include "MainWindow.h"
 #include "PhoneEntry.h"
 #include "PrintLaterSheet.h"
+#include "PrinterList.h"
 #include "PrinterScreen.h"
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
@@ -111,9 +112,9 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     w->setToolbarVisible(true);
     w->setWizardButtonsVisible(false);
     w->setTitleViewVisible(false);
-    delegate.arrSaveAgentList = sampleAgents();
-    w->printerScreen->reloadPrinters(delegate.arrSaveAgentList);
-    delegate.setPlusbtn(true);
+    delegate.shared().arrSaveAgentList.set(sampleAgents());
+    w->printerScreen->reloadPrinters(sampleAgents());
+    delegate.printers().setPlusbtn(true);
     delegate.actionClickToolbar("Printer");
     w->printerScreen->printerTable()->item(3)->setSelected(true);
     r.grab(w, "7-printer");

@@ -15,11 +15,9 @@
 #include <vector>
 
 #include "AboutSheet.h"
-#include "AccountEntry.h"
 #include "AlertSheet.h"
 #include "AppDelegate.h"
 #include "BackendLink.h"
-#include "FriendsProfile.h"
 #include "MainWindow.h"
 #include "NBXConnectManger.h"
 #include "NBXPrinterQManger.h"
@@ -30,7 +28,6 @@
 #include "PinEntry.h"
 #include "PrintLaterSheet.h"
 #include "PrintTarget.h"
-#include "PrinterList.h"
 #include "PrinterScreen.h"
 #include "PrivateCupsd.h"
 #include "ProfilePhoneSheet.h"
@@ -38,10 +35,8 @@
 #include "QtTestApp.h"
 #include "RenameSheet.h"
 #include "ScopedEnv.h"
-#include "ServiceSettings.h"
 #include "SettingScreen.h"
 #include "TempHome.h"
-#include "UnlinkSheet.h"
 #include "WizardScreen.h"
 
 namespace nbx::test {

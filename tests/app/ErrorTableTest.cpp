@@ -131,10 +131,12 @@ TEST(ManageErrCode, EveryCodeStopsTheOverlay) {
         EXPECT_EQ(h.quits, c.quits);
         EXPECT_EQ(h.setupArguments(), c.setupArguments);
         EXPECT_EQ(d.shared().nCrtFunctionNum, c.state);
-        if (c.code == "13002" || c.code == "16000")
+        if (c.code == "13002" || c.code == "16000") {
             EXPECT_FALSE(std::filesystem::exists(h.userFile("AgentPL.plist")));
-        if (c.state == 7)
+        }
+        if (c.state == 7) {
             EXPECT_EQ(d.window()->currentScreen(), (QWidget*)d.window()->printerScreen);
+        }
         if (!c.setupInstalled) continue;
         EXPECT_EQ(h.alerts->shown[0].title, "Authentication Confirmation");
         EXPECT_EQ(h.alerts->shown[0].buttons, (Texts{"Yes", "No"}));

@@ -145,7 +145,9 @@ TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
         EXPECT_EQ(h.setupArguments(), installed ? "-signout" : "");
         EXPECT_EQ(h.alerts->texts(), installed ? Texts{} : Texts{kQueueFailed});
         EXPECT_EQ(d.shared().nCrtFunctionNum, after);
-        if (installed) EXPECT_EQ(d.backend().dicUpdateInfo()["Command"].string(), "GetPolling");
+        if (installed) {
+            EXPECT_EQ(d.backend().dicUpdateInfo()["Command"].string(), "GetPolling");
+        }
     }
 }
 

@@ -25,6 +25,10 @@ std::string helperApplicationFolder() {
     return fromEnvironment("NBX_HELPER_FOLDER", "/Library/Printers/Valmora/Nimbrix/");
 }
 
+std::string pollingAgentProgram() {
+    return fromEnvironment("NBX_POLLING_AGENT", helperApplicationFolder() + "nbx-polling-agent");
+}
+
 std::string printerDescriptionFile() {
     return fromEnvironment("NBX_PPD_FILE", "/Library/Printers/PPDs/Contents/Resources/Nimbrix.gz");
 }

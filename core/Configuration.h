@@ -11,6 +11,9 @@ namespace Configuration {
 
 // Folder of the helper applications (NBX_HELPER_FOLDER).
 std::string helperApplicationFolder();
+// The polling agent program that serves a printer this computer shares (NBX_POLLING_AGENT);
+// by default "nbx-polling-agent" in the helper folder.
+std::string pollingAgentProgram();
 // Printer description file the print queue is made with (NBX_PPD_FILE).
 std::string printerDescriptionFile();
 // host:port of the service lookup server (NBX_LOOKUP_SERVER).

@@ -85,30 +85,13 @@ constexpr const char* kQueue = "Acme_Laser";
 
 // A raw printer description whose 1284 id the scheduler reports as the queue's device id.
 constexpr const char* kPpd = R"ppd(*PPD-Adobe: "4.3"
-*FormatVersion: "4.3"
-*FileVersion: "1.0"
-*LanguageVersion: English
-*LanguageEncoding: ISOLatin1
-*PCFileName: "ACMELSR1.PPD"
-*Manufacturer: "Acme"
-*Product: "(Laser 1)"
 *ModelName: "Acme Laser 1"
-*ShortNickName: "Acme Laser 1"
 *NickName: "Acme Laser 1"
 *1284DeviceID: "MFG:Acme;MDL:Laser 1;CMD:PCL;"
-*PSVersion: "(3010.000) 0"
-*LanguageLevel: "3"
-*ColorDevice: False
-*DefaultColorSpace: Gray
-*cupsFilter: "application/vnd.cups-raw 0 -"
-*OpenUI *PageSize/Page Size: PickOne
+*OpenUI *PageSize: PickOne
 *DefaultPageSize: Letter
-*PageSize Letter/Letter: "<</PageSize[612 792]>>setpagedevice"
+*PageSize Letter: "<</PageSize[612 792]>>setpagedevice"
 *CloseUI: *PageSize
-*DefaultImageableArea: Letter
-*ImageableArea Letter/Letter: "0 0 612 792"
-*DefaultPaperDimension: Letter
-*PaperDimension Letter/Letter: "612 792"
 )ppd";
 
 // A back end reporting a USB printer without a queue and the networked one behind Acme_Net.

@@ -54,13 +54,20 @@ void JobPoller::run() {
     std::chrono::milliseconds backoff = kFirstBackoff;
     while (auto snapshot = state_.waitForRegistration()) {
         const auto generation = snapshot->generation;
-        if (round(snapshot->registration, generation) == Round::ServiceDown) {
+        const Round result = round(snapshot->registration, generation);
+        if (result == Round::ServiceDown) {
             if (!state_.pause(backoff, generation)) break;
             backoff = std::min(backoff * 2, kMaxBackoff);
             continue;
         }
         backoff = kFirstBackoff;
-        if (awaitingScheduler() && !state_.pause(kPrintCheckInterval, generation)) break;
+        bool running = true;
+        if (awaitingScheduler()) {
+            running = state_.pause(kPrintCheckInterval, generation);
+        } else if (result == Round::NothingNew) {
+            running = state_.pause(kRetryInterval, generation);
+        }
+        if (!running) break;
     }
 }
 
@@ -85,7 +92,7 @@ JobPoller::Round JobPoller::round(const Registration& registration, std::uint64_
     auto& communication = *cloud_->communicationInterface();
     const bool sent =
         communication.sendPCAgentServiceRequestToAPIURLPath(path, "GET", std::nullopt, &body);
-    if (!state_.isCurrent(generation)) return Round::Done;
+    if (!state_.isCurrent(generation)) return Round::Idle;
     if (!sent) {
         log_("Polling: no answer to the job poll (" + text(communication.errorCodeNumber()) + ")");
         return Round::ServiceDown;
@@ -96,12 +103,16 @@ JobPoller::Round JobPoller::round(const Registration& registration, std::uint64_
         log_("Polling: the job poll failed: " + SafeStringFromNSData(&body).substr(0, 200));
         return Round::ServiceDown;
     }
+    bool anyNew = false;
     for (const auto& job : *jobs) {
-        if (!accept(job, registration)) return Round::ServiceDown;
+        const Accepted accepted = accept(job, registration);
+        if (accepted == Accepted::ServiceDown) return Round::ServiceDown;
+        anyNew = anyNew || accepted == Accepted::New;
     }
     forgetReported(*jobs);
     advanceLedger(registration);
-    return Round::Done;
+    if (jobs->empty()) return Round::Idle;
+    return anyNew ? Round::NewJobs : Round::NothingNew;
 }
 
 void JobPoller::fetchInterval(const Registration& registration) {
@@ -119,23 +130,23 @@ void JobPoller::fetchInterval(const Registration& registration) {
     }
 }
 
-bool JobPoller::accept(const PropertyValue& job, const Registration& registration) {
+JobPoller::Accepted JobPoller::accept(const PropertyValue& job, const Registration& registration) {
     const std::string key = keyFor(job);
     if (key.empty()) {
         log_("Polling: a job entry without ids was ignored: " + job.description());
-        return true;
+        return Accepted::Known;
     }
-    if (ledger_.contains(key)) return true;
+    if (ledger_.contains(key)) return Accepted::Known;
     if (key.front() == '#') {
         rejectJob(key, job, registration, "the job entry has no usable job id");
-        return true;
+        return Accepted::New;
     }
     std::string whyBad;
     if (!download(key, job, registration, &whyBad)) {
-        if (whyBad.empty()) return false;
+        if (whyBad.empty()) return Accepted::ServiceDown;
         rejectJob(key, job, registration, whyBad);
     }
-    return true;
+    return Accepted::New;
 }
 
 bool JobPoller::download(const std::string& jobId, const PropertyValue& job,

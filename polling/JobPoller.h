@@ -22,6 +22,9 @@ public:
     static constexpr std::chrono::milliseconds kMaxBackoff{30000};
     // How often a job handed to the scheduler is checked while it prints.
     static constexpr std::chrono::milliseconds kPrintCheckInterval{1000};
+    // The service answers at once while it lists a job, so a job that cannot be printed or
+    // reported yet would otherwise turn the long poll into a busy loop.
+    static constexpr std::chrono::milliseconds kRetryInterval{5000};
 
     JobPoller(AgentState& state, Log log) : state_(state), log_(std::move(log)) {}
 
@@ -29,12 +32,12 @@ public:
     void run();
 
 private:
-    enum class Round { Done, ServiceDown };
+    enum class Round { NewJobs, NothingNew, Idle, ServiceDown };
 
     Round round(const Registration& registration, std::uint64_t generation);
     void fetchInterval(const Registration& registration);
-    // False when the service could not be reached; the job is then left for the next round.
-    bool accept(const PropertyValue& job, const Registration& registration);
+    enum class Accepted { New, Known, ServiceDown };
+    Accepted accept(const PropertyValue& job, const Registration& registration);
     bool download(const std::string& jobId, const PropertyValue& job,
                   const Registration& registration, std::string* whyBad);
     void rejectJob(const std::string& key, const PropertyValue& job,

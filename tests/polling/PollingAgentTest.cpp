@@ -11,11 +11,13 @@
 #include <fstream>
 #include <mutex>
 #include <optional>
+#include <set>
 #include <sstream>
 #include <thread>
 
 #include "CloudEmulator.h"
 #include "DistributedNotificationCenter.h"
+#include "JSONKit.h"
 #include "PollingFiles.h"
 #include "PrintQueue.h"
 #include "PrivateCupsd.h"
@@ -347,6 +349,64 @@ TEST_F(PollingAgentTest, ServiceDroppingPollsDelaysTheJobButPrintsItOnce) {
     ASSERT_TRUE(completedInEmulator(pushed["jobId"].string().value_or("")))
         << emulator_.jobs().description();
     EXPECT_EQ(printedJobs().size(), 1u);
+}
+
+TEST_F(PollingAgentTest, AJobTheQueueRefusesWaitsOnDiskAndARestartPrintsIt) {
+    auto agent = startAgent();
+    const std::string agentId = registeredAgentId();
+    ASSERT_EQ(std::system(("cupsreject " + std::string(kQueue)).c_str()), 0);
+    const PropertyValue pushed = emulator_.pushJob(PropertyValue::dictionary(
+        {{"agentId", agentId}, {"fileName", "kept.txt"}, {"data", "kept\n"}}));
+    const std::string jobId = pushed["jobId"].string().value_or("");
+    const std::string file = home_.appSupportFolder() + "/DownloadedJobs/" + jobId;
+    ASSERT_TRUE(eventually([&] { return fs::exists(file); }, 20s));
+    agent->signal(SIGTERM);
+    ASSERT_TRUE(agent->exitStatus(5s));
+    EXPECT_TRUE(fs::exists(file));
+    EXPECT_TRUE(printedJobs().empty());
+
+    ASSERT_EQ(std::system(("cupsaccept " + std::string(kQueue)).c_str()), 0);
+    agent = startAgent();
+    ASSERT_TRUE(completedInEmulator(jobId)) << emulator_.jobs().description();
+    EXPECT_EQ(printedJobs().size(), 1u);
+    EXPECT_FALSE(fs::exists(file));
+}
+
+TEST_F(PollingAgentTest, MalformedJobEntriesAreReportedAsFailedAndNeverPrinted) {
+    // Entries without a usable id, with a hostile one, and one the service has no document for,
+    // answered after a short long poll.
+    emulator_.seed(PropertyValue::dictionary(
+        {{"options", PropertyValue::dictionary({{"longPollingSeconds", 1}})}}));
+    emulator_.injectFault(PropertyValue::dictionary(
+        {{"path", "/printmgtsvc/agent/job"},
+         {"method", "GET"},
+         {"status", 200},
+         {"body",
+          R"({"success": true, "jobs": [{}, {"jobHistoryId": "5", "transactionKey": "t5"},
+              {"jobId": "../../escape", "jobHistoryId": "6", "transactionKey": "t6"},
+              {"jobId": "ghost", "jobHistoryId": 7, "transactionKey": "t7", "size": 3}]})"}}));
+    auto agent = startAgent();
+    registeredAgentId();
+    const auto failedReports = [&] {
+        std::set<std::int64_t> ids;
+        const PropertyValue requests = emulator_.requests();
+        for (std::size_t i = 0; i < requests.size(); ++i) {
+            if (!requests.at(i)["path"].string().value_or("").ends_with("/job/state/update"))
+                continue;
+            const auto body = objectFromJSONData(requests.at(i)["body"].string().value_or(""));
+            if (body && (*body)["errorCode"].integer() == 1)
+                ids.insert((*body)["jobHistoryId"].integer().value_or(0));
+        }
+        return ids;
+    };
+    EXPECT_TRUE(eventually(
+        [&] {
+            return failedReports() == std::set<std::int64_t>{5, 6, 7};
+        },
+        20s))
+        << emulator_.requests().description();
+    EXPECT_TRUE(printedJobs().empty());
+    EXPECT_FALSE(fs::exists(home_.appSupportFolder() + "/escape"));
 }
 
 TEST_F(PollingAgentTest, OneInstanceAndAPromptExitOnSigterm) {

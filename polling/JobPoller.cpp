@@ -76,7 +76,7 @@ JobPoller::Round JobPoller::round(const Registration& registration, std::uint64_
         std::string whyNot;
         cloud_ = connectService(&whyNot);
         if (!cloud_) {
-            log_("Polling: " + whyNot);
+            log_(whyNot);
             return Round::ServiceDown;
         }
     }
@@ -94,13 +94,13 @@ JobPoller::Round JobPoller::round(const Registration& registration, std::uint64_
         communication.sendPCAgentServiceRequestToAPIURLPath(path, "GET", std::nullopt, &body);
     if (!state_.isCurrent(generation)) return Round::Idle;
     if (!sent) {
-        log_("Polling: no answer to the job poll (" + text(communication.errorCodeNumber()) + ")");
+        log_("no answer to the job poll (" + text(communication.errorCodeNumber()) + ")");
         return Round::ServiceDown;
     }
     const auto answer = objectFromJSONData(&body);
     const PropertyArray* jobs = answer ? (*answer)["jobs"].arrayPtr() : nullptr;
     if (!answer || !isResponseASuccess(*answer) || !jobs) {
-        log_("Polling: the job poll failed: " + SafeStringFromNSData(&body).substr(0, 200));
+        log_("the job poll failed: " + SafeStringFromNSData(&body).substr(0, 200));
         return Round::ServiceDown;
     }
     bool anyNew = false;
@@ -125,7 +125,7 @@ void JobPoller::fetchInterval(const Registration& registration) {
     if (outcome.ok && seconds && *seconds > 0) {
         intervalSeconds_ = static_cast<int>(std::min<std::int64_t>(*seconds, 3600));
     } else {
-        log_("Polling: no long-polling interval from the service, using " +
+        log_("no long-polling interval from the service, using " +
              std::to_string(kDefaultIntervalSeconds) + " s: " + outcome.reason);
     }
 }
@@ -133,7 +133,7 @@ void JobPoller::fetchInterval(const Registration& registration) {
 JobPoller::Accepted JobPoller::accept(const PropertyValue& job, const Registration& registration) {
     const std::string key = keyFor(job);
     if (key.empty()) {
-        log_("Polling: a job entry without ids was ignored: " + job.description());
+        log_("a job entry without ids was ignored: " + job.description());
         return Accepted::Known;
     }
     if (ledger_.contains(key)) return Accepted::Known;
@@ -163,7 +163,7 @@ bool JobPoller::download(const std::string& jobId, const PropertyValue& job,
         if (status >= 200 && status < 500) {
             *whyBad = "the document could not be downloaded (HTTP " + std::to_string(status) + ")";
         } else {
-            log_("Polling: job " + jobId + " not downloaded now (" + std::to_string(status) + ")");
+            log_("job " + jobId + " not downloaded now (" + std::to_string(status) + ")");
         }
         return false;
     }
@@ -182,7 +182,7 @@ bool JobPoller::download(const std::string& jobId, const PropertyValue& job,
         return false;
     }
     if (!PollingFiles::writeFileAtomically(PollingFiles::downloadedJobPath(jobId), document)) {
-        log_("Polling: cannot store job " + jobId + "; it is fetched again next round");
+        log_("cannot store job " + jobId + "; it is fetched again next round");
         return true;
     }
     ledger_.set(jobId, PropertyValue::dictionary({{"job", job},
@@ -190,13 +190,13 @@ bool JobPoller::download(const std::string& jobId, const PropertyValue& job,
                                                   {"countryCode", registration.countryCode},
                                                   {"phoneNumber", registration.phoneNumber}}));
     saveLedger();
-    log_("Polling: job " + jobId + " downloaded (" + std::to_string(document.size()) + " bytes)");
+    log_("job " + jobId + " downloaded (" + std::to_string(document.size()) + " bytes)");
     return true;
 }
 
 void JobPoller::rejectJob(const std::string& key, const PropertyValue& job,
                           const Registration& registration, const std::string& reason) {
-    log_("Polling: job " + key + " cannot be printed: " + reason);
+    log_("job " + key + " cannot be printed: " + reason);
     PropertyValue entry = PropertyValue::dictionary({{"job", job},
                                                      {"countryCode", registration.countryCode},
                                                      {"phoneNumber", registration.phoneNumber}});
@@ -237,14 +237,13 @@ bool JobPoller::advance(const std::string& jobId, PropertyValue& entry,
         const int cupsJob = PrintQueue::submit(registration.queue, file, title,
                                                PrintQueue::optionsForJob(job), &error);
         if (cupsJob <= 0) {
-            log_("Polling: job " + jobId + " not printed now, tried again next round: " + error);
+            log_("job " + jobId + " not printed now, tried again next round: " + error);
             return false;
         }
         std::filesystem::remove(file, ec);
         entry.set("step", kPrinting);
         entry.set("cupsJobId", cupsJob);
-        log_("Polling: job " + jobId + " is job " + std::to_string(cupsJob) + " on " +
-             registration.queue);
+        log_("job " + jobId + " is job " + std::to_string(cupsJob) + " on " + registration.queue);
         return true;
     }
     if (current == kPrinting) {
@@ -276,18 +275,18 @@ bool JobPoller::advance(const std::string& jobId, PropertyValue& entry,
             callService(*cloud_, &NBXCloudInterface::updateJobProcessingStatus, input);
         if (outcome.ok) {
             entry.set("step", kDone);
-            log_("Polling: job " + jobId + " reported (" + text(entry["errorCode"]) + ")");
+            log_("job " + jobId + " reported (" + text(entry["errorCode"]) + ")");
             return true;
         }
         // Without an answer, or with a token refused, the report is kept for the next round;
         // the service's refusal of the report itself would come back every time.
         if (outcome.errorCode.empty() || outcome.errorCode.front() == '6') {
             if (!outcome.errorCode.empty()) cloud_.reset();
-            log_("Polling: report of job " + jobId + " kept for later: " + outcome.reason);
+            log_("report of job " + jobId + " kept for later: " + outcome.reason);
             return false;
         }
-        log_("Polling: the service refused the report of job " + jobId + ": " + outcome.errorCode +
-             " " + outcome.reason);
+        log_("the service refused the report of job " + jobId + ": " + outcome.errorCode + " " +
+             outcome.reason);
         entry.set("step", kDone);
         return true;
     }
@@ -312,7 +311,7 @@ bool JobPoller::awaitingScheduler() const {
 }
 
 void JobPoller::saveLedger() {
-    if (!PollingFiles::saveLedger(ledger_)) log_("Polling: the job ledger could not be written");
+    if (!PollingFiles::saveLedger(ledger_)) log_("the job ledger could not be written");
 }
 
 }  // namespace nbx::polling

@@ -63,8 +63,7 @@ PollingAgent::~PollingAgent() {
 
 void PollingAgent::start() {
     if (auto registration = PollingFiles::loadRegistration()) {
-        log_("Polling agent: serving agent " + registration->agentId + " on queue " +
-             registration->queue);
+        log_("serving agent " + registration->agentId + " on queue " + registration->queue);
         state_.setRegistration(std::move(registration));
     }
     worker_ = std::thread([this] { work(); });
@@ -104,7 +103,7 @@ void PollingAgent::work() {
 
 PropertyValue PollingAgent::handle(const PropertyValue& request) {
     const std::string command = text(request["Command"]);
-    log_("Polling agent: command \"" + command + "\"");
+    log_("command \"" + command + "\"");
     PropertyValue reply;
     if (command == "UpdatePolling") {
         reply = updatePolling(request);
@@ -119,8 +118,7 @@ PropertyValue PollingAgent::handle(const PropertyValue& request) {
     }
     reply.set("Command", command);
     if (reply["Result"] != PropertyValue("SUCCESS")) {
-        log_("Polling agent: " + command + " failed: " + text(reply["ErrorCode"]) + " " +
-             text(reply["Reason"]));
+        log_(command + " failed: " + text(reply["ErrorCode"]) + " " + text(reply["Reason"]));
     }
     return reply;
 }
@@ -172,7 +170,7 @@ PropertyValue PollingAgent::updatePolling(const PropertyValue& request) {
         rename.set("agentId", registration.agentId);
         rename.set("agentAlias", registration.alias);
         const Outcome renamed = callService(*cloud, &NBXCloudInterface::updateAgentAlias, rename);
-        if (!renamed.ok) log_("Polling agent: the alias was not sent: " + renamed.reason);
+        if (!renamed.ok) log_("the alias was not sent: " + renamed.reason);
     }
     if (!PollingFiles::saveRegistration(registration))
         return failure("the registration could not be stored");
@@ -194,8 +192,7 @@ PropertyValue PollingAgent::stopPolling() {
             callService(*cloud, &NBXCloudInterface::requestToUnRegisterAgent, input);
         if (!outcome.ok) whyNot = outcome.errorCode + " " + outcome.reason;
     }
-    if (!whyNot.empty())
-        log_("Polling agent: the service did not unregister the printer: " + whyNot);
+    if (!whyNot.empty()) log_("the service did not unregister the printer: " + whyNot);
     PollingFiles::removeRegistration();
     return success();
 }
@@ -229,8 +226,7 @@ PropertyValue PollingAgent::changeAlias(const PropertyValue& request) {
     const Outcome outcome = callService(*cloud, &NBXCloudInterface::updateAgentAlias, input);
     if (!outcome.ok) return failure(outcome);
     registration->alias = alias;
-    if (!PollingFiles::saveRegistration(*registration))
-        log_("Polling agent: the new alias could not be stored");
+    if (!PollingFiles::saveRegistration(*registration)) log_("the new alias could not be stored");
     state_.setRegistration(registration);
     return success();
 }

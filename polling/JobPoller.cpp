@@ -243,6 +243,8 @@ bool JobPoller::advance(const std::string& jobId, PropertyValue& entry,
         std::filesystem::remove(file, ec);
         entry.set("step", kPrinting);
         entry.set("cupsJobId", cupsJob);
+        entry.set("submitted", std::chrono::time_point_cast<std::chrono::microseconds>(
+                                   std::chrono::system_clock::now()));
         log_("job " + jobId + " is job " + std::to_string(cupsJob) + " on " + registration.queue);
         return true;
     }
@@ -306,8 +308,11 @@ void JobPoller::forgetReported(const PropertyArray& listed) {
 }
 
 bool JobPoller::awaitingScheduler() const {
-    return std::any_of(ledger_.begin(), ledger_.end(),
-                       [](const auto& item) { return step(item.second) == kPrinting; });
+    const auto since = std::chrono::system_clock::now() - kPrintCheckPeriod;
+    return std::any_of(ledger_.begin(), ledger_.end(), [&](const auto& item) {
+        const auto submitted = item.second["submitted"].date();
+        return step(item.second) == kPrinting && submitted && *submitted > since;
+    });
 }
 
 void JobPoller::saveLedger() {

@@ -20,8 +20,10 @@ public:
     static constexpr int kMaxWaitSeconds = 50;
     static constexpr std::chrono::milliseconds kFirstBackoff{1000};
     static constexpr std::chrono::milliseconds kMaxBackoff{30000};
-    // How often a job handed to the scheduler is checked while it prints.
+    // How often a job handed to the scheduler is checked while it prints, for so long; a job
+    // still unfinished after that (a stopped queue) is checked at the retry pace.
     static constexpr std::chrono::milliseconds kPrintCheckInterval{1000};
+    static constexpr std::chrono::minutes kPrintCheckPeriod{2};
     // The service answers at once while it lists a job, so a job that cannot be printed or
     // reported yet would otherwise turn the long poll into a busy loop.
     static constexpr std::chrono::milliseconds kRetryInterval{5000};
@@ -46,6 +48,7 @@ private:
     // One step of one entry; true when the entry changed.
     bool advance(const std::string& jobId, PropertyValue& entry, const Registration& registration);
     void forgetReported(const PropertyArray& listed);
+    // A job handed to the scheduler recently has not ended yet.
     bool awaitingScheduler() const;
     void saveLedger();
 

@@ -54,6 +54,7 @@ void JobPoller::run() {
     std::chrono::milliseconds backoff = kFirstBackoff;
     while (auto snapshot = state_.waitForRegistration()) {
         const auto generation = snapshot->generation;
+        const auto started = std::chrono::steady_clock::now();
         const Round result = round(snapshot->registration, generation);
         if (result == Round::ServiceDown) {
             if (!state_.pause(backoff, generation)) break;
@@ -61,13 +62,15 @@ void JobPoller::run() {
             continue;
         }
         backoff = kFirstBackoff;
-        bool running = true;
+        // A service that answers a long poll at once must not be asked again at once.
+        auto rest = std::chrono::duration_cast<std::chrono::milliseconds>(
+            kMinRoundTime - (std::chrono::steady_clock::now() - started));
         if (awaitingScheduler()) {
-            running = state_.pause(kPrintCheckInterval, generation);
+            rest = std::max(rest, kPrintCheckInterval);
         } else if (result == Round::NothingNew) {
-            running = state_.pause(kRetryInterval, generation);
+            rest = std::max(rest, kRetryInterval);
         }
-        if (!running) break;
+        if (rest.count() > 0 && !state_.pause(rest, generation)) break;
     }
 }
 

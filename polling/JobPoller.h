@@ -27,6 +27,7 @@ public:
     // The service answers at once while it lists a job, so a job that cannot be printed or
     // reported yet would otherwise turn the long poll into a busy loop.
     static constexpr std::chrono::milliseconds kRetryInterval{5000};
+    static constexpr std::chrono::milliseconds kMinRoundTime{1000};
 
     JobPoller(AgentState& state, Log log) : state_(state), log_(std::move(log)) {}
 

@@ -18,19 +18,13 @@ constexpr const char* kPrinting = "printing";
 constexpr const char* kReporting = "reporting";
 constexpr const char* kDone = "done";
 
-std::string text(const PropertyValue& value) {
-    if (auto string = value.string()) return *string;
-    if (auto number = value.integer()) return std::to_string(*number);
-    return {};
-}
-
 // The ledger key of a listed job: its id, or for an entry without a usable id its two report
 // ids, so it is rejected once; empty when it has neither.
 std::string keyFor(const PropertyValue& job) {
-    const std::string jobId = text(job["jobId"]);
+    const std::string jobId = textOf(job["jobId"]);
     if (PollingFiles::isSafeJobId(jobId)) return jobId;
-    const std::string history = text(job["jobHistoryId"]);
-    const std::string transaction = text(job["transactionKey"]);
+    const std::string history = textOf(job["jobHistoryId"]);
+    const std::string transaction = textOf(job["transactionKey"]);
     if (history.empty() || transaction.empty()) return {};
     return "#" + history + "/" + transaction;
 }
@@ -97,7 +91,7 @@ JobPoller::Round JobPoller::round(const Registration& registration, std::uint64_
         communication.sendPCAgentServiceRequestToAPIURLPath(path, "GET", std::nullopt, &body);
     if (!state_.isCurrent(generation)) return Round::Idle;
     if (!sent) {
-        log_("no answer to the job poll (" + text(communication.errorCodeNumber()) + ")");
+        log_("no answer to the job poll (" + textOf(communication.errorCodeNumber()) + ")");
         return Round::ServiceDown;
     }
     const auto answer = objectFromJSONData(&body);
@@ -175,7 +169,7 @@ bool JobPoller::download(const std::string& jobId, const PropertyValue& job,
         !document.empty() && document.front() == '{' ? objectFromJSONData(&document) : std::nullopt;
     if (decoded && (*decoded)["success"] == PropertyValue(false) &&
         !(*decoded)["errorCode"].isNull()) {
-        *whyBad = "the service refused the document: " + text((*decoded)["errorCode"]);
+        *whyBad = "the service refused the document: " + textOf((*decoded)["errorCode"]);
         return false;
     }
     const auto size = job["size"].integer();
@@ -271,8 +265,8 @@ bool JobPoller::advance(const std::string& jobId, PropertyValue& entry,
         const PropertyValue input =
             PropertyValue::dictionary({{"senderCountryCode", entry["countryCode"]},
                                        {"senderPhoneNumber", entry["phoneNumber"]},
-                                       {"jobHistoryId", text(job["jobHistoryId"])},
-                                       {"transactionKey", text(job["transactionKey"])},
+                                       {"jobHistoryId", textOf(job["jobHistoryId"])},
+                                       {"transactionKey", textOf(job["transactionKey"])},
                                        {"printedPages", entry["printedPages"]},
                                        {"errorCode", entry["errorCode"]},
                                        {"errorReason", entry["errorReason"]}});
@@ -280,7 +274,7 @@ bool JobPoller::advance(const std::string& jobId, PropertyValue& entry,
             callService(*cloud_, &NBXCloudInterface::updateJobProcessingStatus, input);
         if (outcome.ok) {
             entry.set("step", kDone);
-            log_("job " + jobId + " reported (" + text(entry["errorCode"]) + ")");
+            log_("job " + jobId + " reported (" + textOf(entry["errorCode"]) + ")");
             return true;
         }
         // Without an answer, or with a token refused, the report is kept for the next round;

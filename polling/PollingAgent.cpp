@@ -12,12 +12,6 @@ namespace nbx::polling {
 
 namespace {
 
-std::string text(const PropertyValue& value) {
-    if (auto string = value.string()) return *string;
-    if (auto number = value.integer()) return std::to_string(*number);
-    return {};
-}
-
 std::string trimmed(const std::string& value) {
     const auto first = value.find_first_not_of(" \t\r\n");
     if (first == std::string::npos) return {};
@@ -102,7 +96,7 @@ void PollingAgent::work() {
 }
 
 PropertyValue PollingAgent::handle(const PropertyValue& request) {
-    const std::string command = text(request["Command"]);
+    const std::string command = textOf(request["Command"]);
     log_("command \"" + command + "\"");
     PropertyValue reply;
     if (command == "UpdatePolling") {
@@ -118,23 +112,23 @@ PropertyValue PollingAgent::handle(const PropertyValue& request) {
     }
     reply.set("Command", command);
     if (reply["Result"] != PropertyValue("SUCCESS")) {
-        log_(command + " failed: " + text(reply["ErrorCode"]) + " " + text(reply["Reason"]));
+        log_(command + " failed: " + textOf(reply["ErrorCode"]) + " " + textOf(reply["Reason"]));
     }
     return reply;
 }
 
 PropertyValue PollingAgent::updatePolling(const PropertyValue& request) {
     Registration registration;
-    registration.queue = text(request["Address"]);
-    registration.alias = text(request["Alias"]);
-    registration.modelName = text(request["ModelName"]);
-    registration.mdl = text(request["MDL"]);
+    registration.queue = textOf(request["Address"]);
+    registration.alias = textOf(request["Alias"]);
+    registration.modelName = textOf(request["ModelName"]);
+    registration.mdl = textOf(request["MDL"]);
     if (registration.queue.empty()) return failure("no print queue was named (\"Address\")");
     const auto queue = PrintQueue::inspect(registration.queue);
     if (queue.reach != PrintQueue::Reach::Known) return failure(queue.message);
 
-    registration.countryCode = text(request["BindPhone_CountryCode"]);
-    registration.phoneNumber = withoutLeadingZeros(text(request["BindPhone_Number"]));
+    registration.countryCode = textOf(request["BindPhone_CountryCode"]);
+    registration.phoneNumber = withoutLeadingZeros(textOf(request["BindPhone_Number"]));
     if (registration.countryCode.empty() || registration.phoneNumber.empty()) {
         if (const auto signedIn = NBXAuthenticationManger::returnAuthInfo()) {
             registration.countryCode = (*signedIn)[0];
@@ -147,7 +141,7 @@ PropertyValue PollingAgent::updatePolling(const PropertyValue& request) {
     std::string whyNot;
     const auto cloud = connectService(&whyNot);
     if (!cloud) return failure(whyNot);
-    const std::string given = trimmed(text(request["Mac address"]));
+    const std::string given = trimmed(textOf(request["Mac address"]));
     registration.agentMacAddress = given.empty()
                                        ? cloud->communicationInterface()->macAddress().value_or("")
                                        : compactHardwareAddress(given).value_or(given);
@@ -161,7 +155,7 @@ PropertyValue PollingAgent::updatePolling(const PropertyValue& request) {
     const Outcome registered =
         callService(*cloud, &NBXCloudInterface::requestToRegisterAgent, input);
     if (!registered.ok) return failure(registered);
-    registration.agentId = text(registered.answer["agentId"]);
+    registration.agentId = textOf(registered.answer["agentId"]);
     if (registration.agentId.empty()) return failure("the service answered no agent id");
 
     // Registering sends only the hardware address, so the service learns the name apart.
@@ -213,7 +207,7 @@ PropertyValue PollingAgent::getPolling() {
 }
 
 PropertyValue PollingAgent::changeAlias(const PropertyValue& request) {
-    const std::string alias = trimmed(text(request["Alias"]));
+    const std::string alias = trimmed(textOf(request["Alias"]));
     if (alias.empty()) return failure("no alias was given");
     auto registration = state_.registration();
     if (!registration) return failure(kNotRegistered);

@@ -2,22 +2,18 @@
 
 namespace nbx::polling {
 
-namespace {
-
-std::string asText(const PropertyValue& value) {
+std::string textOf(const PropertyValue& value) {
     if (auto text = value.string()) return *text;
     if (auto number = value.integer()) return std::to_string(*number);
     return {};
 }
-
-}  // namespace
 
 std::unique_ptr<NBXCloudInterface> connectService(std::string* whyNot) {
     PropertyValue error;
     auto cloud = NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
         PropertyValue::dictionary(), nullptr, &error);
     if (!cloud) {
-        *whyNot = "the service lookup failed (" + asText(error["errorCode"]) + " " +
+        *whyNot = "the service lookup failed (" + textOf(error["errorCode"]) + " " +
                   error["ErrorDescription"].string().value_or("") + ")";
     }
     return cloud;
@@ -28,13 +24,13 @@ Outcome callService(NBXCloudInterface& cloud, CloudCall call, const PropertyValu
     PropertyValue error;
     if (!(cloud.*call)(input, &outcome.answer, &error)) {
         outcome.reason = "the service could not be reached or did not answer properly (" +
-                         asText(error["errorCode"]) + " " +
+                         textOf(error["errorCode"]) + " " +
                          error["ErrorDescription"].string().value_or("") + ")";
         return outcome;
     }
     outcome.ok = isResponseASuccess(outcome.answer);
     if (!outcome.ok) {
-        outcome.errorCode = asText(outcome.answer["errorCode"]);
+        outcome.errorCode = textOf(outcome.answer["errorCode"]);
         outcome.reason = outcome.answer["errorReason"].string().value_or("the service refused");
     }
     return outcome;

@@ -19,6 +19,9 @@ struct Outcome {
 
 using CloudCall = bool (NBXCloudInterface::*)(const PropertyValue&, PropertyValue*, PropertyValue*);
 
+// Text or a whole number as text; "" for anything else. The service sends ids either way.
+std::string textOf(const PropertyValue& value);
+
 // A fresh interface through the lookup server; it reads the stored access token, so a sign-in
 // made after this program started is picked up by the next one.
 std::unique_ptr<NBXCloudInterface> connectService(std::string* whyNot);

@@ -168,12 +168,18 @@ protected:
         return agent;
     }
 
-    // Posts a command and answers the reply to it, or null.
+    // Posts a command and answers the reply to it, or null. A late reply to an earlier
+    // readiness probe names another command.
     PropertyValue exchange(const PropertyValue& request, std::chrono::milliseconds limit = 20s) {
         std::unique_lock lock(mutex_);
         replies_.clear();
         center_->postNotificationName("com.Valmora.NBX.Backend.Agent", request);
-        if (!arrived_.wait_for(lock, limit, [&] { return !replies_.empty(); })) return {};
+        const auto answered = [&] {
+            while (!replies_.empty() && replies_.front()["Command"] != request["Command"])
+                replies_.erase(replies_.begin());
+            return !replies_.empty();
+        };
+        if (!arrived_.wait_for(lock, limit, answered)) return {};
         return replies_.front();
     }
 

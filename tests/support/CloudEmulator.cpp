@@ -255,4 +255,12 @@ PropertyValue CloudEmulator::state() {
     return admin("GET", "/__admin/state");
 }
 
+PropertyValue CloudEmulator::pushJob(const PropertyValue& job) {
+    return admin("POST", "/__admin/jobs", job);
+}
+
+PropertyValue CloudEmulator::jobs() {
+    return admin("GET", "/__admin/jobs")["jobs"];
+}
+
 }  // namespace nbx::test

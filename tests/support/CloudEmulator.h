@@ -43,6 +43,11 @@ public:
     void injectFault(const PropertyValue& fault);
     void clearFaults();
     PropertyValue state();
+    // Queues a print job for an agent ({"agentId", "fileName", "data" or "dataBase64", options});
+    // the answer ({"jobId", "jobHistoryId"} or an error), unchecked.
+    PropertyValue pushJob(const PropertyValue& job);
+    // Every job record as the emulator keeps it.
+    PropertyValue jobs();
 
     // Stops the emulator now (SIGTERM, then SIGKILL); answers whether it exited cleanly.
     bool stop();

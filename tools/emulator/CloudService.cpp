@@ -16,6 +16,7 @@ struct CloudService::Call {
     std::string countryCode;
     std::string phone;
     PropertyDictionary* user = nullptr;
+    PropertyDictionary* agent = nullptr;  // named by an agent-access request
 };
 
 namespace {
@@ -59,7 +60,7 @@ bool truthy(const PropertyValue& value) {
 // Service records carry bookkeeping keys the client never sees.
 PropertyValue publicAgent(const PropertyDictionary& agent) {
     PropertyDictionary visible = agent;
-    for (const char* key : {"owner", "sharedWith", "agentState"})
+    for (const char* key : {"owner", "sharedWith", "agentState", "hostDeviceId"})
         visible.erase(key);
     return visible;
 }
@@ -86,6 +87,91 @@ std::optional<std::string> phoneText(const PropertyValue& value) {
                                                                    : text.find_first_not_of('0'));
     if (!allDigits(text, 15)) return std::nullopt;
     return text;
+}
+
+// A number or text as the service stores it in its own records.
+std::string textOf(const PropertyValue& value) {
+    if (const auto* text = value.stringPtr()) return *text;
+    if (value.isInteger() || (value.real() && value.integer() == value.real())) {
+        return std::to_string(*value.integer());
+    }
+    return "";
+}
+
+// Print jobs, as opposed to the status updates and person-to-person sends kept beside them.
+bool isPrintJob(const PropertyValue& job) {
+    return job["kind"] == PropertyValue("sendToAgent") || job["kind"] == PropertyValue("pushed");
+}
+
+bool isFinal(const PropertyValue& job) {
+    return job["state"] == PropertyValue("COMPLETED") || job["state"] == PropertyValue("FAILED");
+}
+
+bool oneOf(const PropertyValue& value, std::initializer_list<const char*> allowed) {
+    return std::any_of(allowed.begin(), allowed.end(),
+                       [&](const char* word) { return value.string() == word; });
+}
+
+// The print options a sender may give, checked and gathered into one dictionary.
+std::optional<std::string> printOptions(const PropertyValue& body, PropertyValue* options) {
+    *options = PropertyValue::dictionary();
+    const PropertyValue& copies = body["copies"];
+    if (!copies.isNull() && (!copies.isInteger() || copies.integer().value_or(0) < 1)) {
+        return "copies must be a positive integer";
+    }
+    if (!body["colorMode"].isNull() && !oneOf(body["colorMode"], {"COLOR", "MONO"})) {
+        return "colorMode must be COLOR or MONO";
+    }
+    if (!body["sides"].isNull() &&
+        !oneOf(body["sides"], {"SIMPLEX", "DUPLEX_LONG", "DUPLEX_SHORT"})) {
+        return "sides must be SIMPLEX, DUPLEX_LONG or DUPLEX_SHORT";
+    }
+    const PropertyValue& media = body["mediaSize"];
+    if (!media.isNull() && (!media.isString() || media.stringPtr()->empty())) {
+        return "mediaSize must be a name such as A4";
+    }
+    for (const char* key : {"copies", "colorMode", "sides", "mediaSize"}) {
+        if (!body[key].isNull()) options->set(key, body[key]);
+    }
+    return std::nullopt;
+}
+
+// A job as the agent sees it in a poll.
+PropertyValue listedJob(const PropertyValue& job) {
+    PropertyDictionary listed{{"jobId", job["jobId"]},
+                              {"jobHistoryId", textOf(job["jobHistoryId"])},
+                              {"transactionKey", job["transactionKey"]},
+                              {"fileName", job["fileName"]},
+                              {"contentType", job["contentType"]},
+                              {"size", job["size"]}};
+    if (const auto* options = job["options"].dictionaryPtr()) {
+        for (const auto& [key, value] : *options)
+            listed.set(key, value);
+    }
+    return listed;
+}
+
+// The first final state stands; later reports only add to the history.
+void recordUpdate(PropertyValue& job, const PropertyValue& update) {
+    std::string code = textOf(update["errorCode"]);
+    PropertyDictionary entry{{"errorCode", code},
+                             {"errorReason", textOf(update["errorReason"])},
+                             {"printedPages", textOf(update["printedPages"])}};
+    if (!isFinal(job) && code == "0") {
+        job.set("state", "COMPLETED");
+        job.set("printedPages", entry["printedPages"]);
+    } else if (!isFinal(job)) {
+        job.set("state", "FAILED");
+        job.set("errorCode", code);
+        job.set("errorReason", entry["errorReason"]);
+    }
+    entry.set("state", job["state"]);
+    PropertyValue* history = job.dictionaryPtr()->find("stateHistory");
+    if (history && history->isArray()) {
+        history->append(std::move(entry));
+    } else {
+        job.set("stateHistory", PropertyValue::array({std::move(entry)}));
+    }
 }
 
 std::optional<std::string> codeText(const PropertyValue& value) {
@@ -146,6 +232,7 @@ std::optional<ApiReply> CloudService::admit(const Route& route, Call& call) {
     if (!deviceId.empty() && !isMacAddress(deviceId)) {
         return error("11001", "deviceId must be twelve lower-case hexadecimal digits");
     }
+    if (route.access == Access::Agent) return admitAgent(call);
     call.countryCode = request.get_header_value("countryCode");
     call.phone = request.get_header_value("identifier");
     if (!allDigits(call.countryCode, 4)) return error("12001", "invalid country code");
@@ -177,6 +264,23 @@ std::optional<ApiReply> CloudService::admitMember(Call& call) {
     }
     if (!call.user || !(*call.user)["isSubscribed"].isTrue()) {
         return error("13000", "the phone number has not registered yet");
+    }
+    return std::nullopt;
+}
+
+// The agent's requests carry no phone and no token: the computer's MAC in `identifier` must be
+// the one that registered the agent named in the query.
+std::optional<ApiReply> CloudService::admitAgent(Call& call) {
+    std::string host = call.request.get_header_value("identifier");
+    if (!isMacAddress(host)) {
+        return error("11001", "identifier must be twelve lower-case hexadecimal digits");
+    }
+    std::string agentId = call.request.get_param_value("agentId");
+    if (agentId.empty()) return error("11001", "agentId is required");
+    call.agent = state_.findAgent(agentId);
+    if (!call.agent) return error("41000", "no agent " + agentId);
+    if ((*call.agent)["hostDeviceId"].string() != host) {
+        return error("41001", "agent " + agentId + " is served by another computer");
     }
     return std::nullopt;
 }
@@ -253,12 +357,19 @@ void CloudService::addAgentRoutes() {
     routes_.push_back({"GET", "/printmgtsvc/agent/blocklist", Access::Member, true, [this](Call&) {
                            return ApiReply{200, success({{"macAddressList", state_.blocklist()}})};
                        }});
-    routes_.push_back({"GET", "/printmgtsvc/policy", Access::Member, true, [](Call& call) {
+    routes_.push_back({"GET", "/printmgtsvc/policy", Access::Member, true, [this](Call& call) {
                            if (call.request.get_param_value("filter") != "longPollingSeconds") {
                                return error("11001", "unknown policy filter");
                            }
-                           return ApiReply{200, success({{"longPollingSeconds", 60}})};
+                           auto seconds = state_.option("longPollingSeconds").integer();
+                           return ApiReply{
+                               200, success({{"longPollingSeconds",
+                                              seconds.value_or(kDefaultLongPollingSeconds)}})};
                        }});
+    routes_.push_back({"GET", "/printmgtsvc/agent/job", Access::Agent, false,
+                       [this](Call& call) { return pendingJobs(call); }});
+    routes_.push_back({"GET", "/printmgtsvc/agent/job/content", Access::Agent, false,
+                       [this](Call& call) { return jobContent(call); }});
 }
 
 void CloudService::addJobRoutes() {
@@ -268,13 +379,8 @@ void CloudService::addJobRoutes() {
                        [this](Call& call) { return sendToAgent(call); }});
     routes_.push_back({"POST", "/printmgtsvc/job/content/send/other", Access::Member, true,
                        [this](Call& call) { return sendToPeople(call); }});
-    routes_.push_back(
-        {"POST", "/printmgtsvc/job/state/update", Access::Member, true, [this](Call& call) {
-             PropertyDictionary update = *call.body.dictionaryPtr();
-             update.set("kind", "statusUpdate");
-             state_.addJob(std::move(update));
-             return ApiReply{200, success()};
-         }});
+    routes_.push_back({"POST", "/printmgtsvc/job/state/update", Access::Member, true,
+                       [this](Call& call) { return updateJobState(call); }});
 }
 
 void CloudService::addSettingRoutes() {
@@ -401,10 +507,16 @@ ApiReply CloudService::bindAgent(Call& call, const std::string& type) {
     if (state_.isBlocked(mac->substr(0, mac->find(',')))) {
         return error("32000", "this MAC address may not be registered");
     }
+    // The computer that registers an agent is the one its job requests must come from.
+    std::string host = call.request.get_header_value("deviceId");
+    const PropertyValue& model = call.body["agentModelName"];
+    bool takesModel = type == "PRT_AGENT" && model.isString() && !model.stringPtr()->empty();
     for (auto& agent : state_.agents()) {
         if (isOwner(agent, *call.user) && agent["agentMacAddress"].string() == mac) {
             if (call.body["agentAlias"].isString())
                 agent.set("agentAlias", call.body["agentAlias"]);
+            if (takesModel) agent.set("agentModelName", model);
+            if (!host.empty()) agent.set("hostDeviceId", host);
             return {200, success({{"agentId", agent["agentId"]}})};
         }
     }
@@ -421,6 +533,8 @@ ApiReply CloudService::bindAgent(Call& call, const std::string& type) {
                              {"owner", PropertyValue::dictionary({{"countryCode", call.countryCode},
                                                                   {"phoneNumber", call.phone}})}};
     if (call.body["printerOnID"].isString()) agent.set("printerOnID", call.body["printerOnID"]);
+    if (takesModel) agent.set("agentModelName", model);
+    if (!host.empty()) agent.set("hostDeviceId", host);
     return {200, success({{"agentId", state_.addAgent(std::move(agent))["agentId"]}})};
 }
 
@@ -536,15 +650,18 @@ ApiReply CloudService::sendToAgent(Call& call) {
     auto key = call.body["contentKey"].string();
     auto id = call.body["agentId"].string();
     if (!key || !id) return error("11001", "contentKey and agentId are required");
-    if (!state_.findContent(*key)) return error("44000", "unknown contentKey");
+    const PropertyDictionary* content = state_.findContent(*key);
+    if (!content) return error("44000", "unknown contentKey");
     PropertyDictionary* agent = state_.findAgent(*id);
     PropertyValue record(agent ? *agent : PropertyDictionary{});
     if (!agent || !(isOwner(record, *call.user) || isSharedWith(record, *call.user))) {
         return error("41000", "no such agent for this user");
     }
+    PropertyValue options;
+    if (auto problem = printOptions(call.body, &options)) return error("11001", *problem);
     PropertyDictionary job = *call.body.dictionaryPtr();
     job.set("kind", "sendToAgent");
-    const PropertyDictionary& stored = state_.addJob(std::move(job));
+    const PropertyDictionary& stored = queueJob(std::move(job), *content, std::move(options));
     return {200, success({{"jobHistoryId", stored["jobHistoryId"]},
                           {"transactionKey", stored["transactionKey"]}})};
 }
@@ -597,6 +714,100 @@ ApiReply CloudService::updateSettings(Call& call, const std::vector<std::string>
     if (!any) return error("11001", "no setting in the body");
     call.user->set("settings", settings);
     return {200, success()};
+}
+
+PropertyDictionary& CloudService::queueJob(PropertyDictionary job,
+                                           const PropertyDictionary& content,
+                                           PropertyValue options) {
+    job.set("jobId", state_.nextId("job-"));
+    for (const char* key : {"fileName", "contentType", "size", "contentKey"})
+        job.set(key, content[key]);
+    job.set("options", std::move(options));
+    job.set("state", "QUEUED");
+    job.set("stateHistory", PropertyValue::array());
+    return state_.addJob(std::move(job));
+}
+
+ApiReply CloudService::pendingJobs(Call& call) {
+    PropertyValue jobs = PropertyValue::array();
+    for (const auto& job : state_.jobs()) {
+        if (isPrintJob(job) && !isFinal(job) && job["agentId"] == (*call.agent)["agentId"]) {
+            jobs.append(listedJob(job));
+        }
+    }
+    ApiReply reply{200, success({{"jobs", jobs}})};
+    if (jobs.size() == 0) {
+        auto wait = parseInteger(call.request.get_param_value("waitSeconds")).value_or(0);
+        reply.waitSeconds = static_cast<int>(std::clamp<std::int64_t>(wait, 0, kMaxWaitSeconds));
+    }
+    return reply;
+}
+
+ApiReply CloudService::jobContent(Call& call) {
+    std::string jobId = call.request.get_param_value("jobId");
+    for (const auto& job : state_.jobs()) {
+        if (!isPrintJob(job) || job["jobId"].string() != jobId ||
+            !(job["agentId"] == (*call.agent)["agentId"])) {
+            continue;
+        }
+        const auto* content = state_.findContent(job["contentKey"].string().value_or(""));
+        auto bytes =
+            content ? base64Decode((*content)["dataBase64"].string().value_or("")) : std::nullopt;
+        if (!bytes) break;
+        ApiReply reply;
+        reply.bytes = std::move(*bytes);
+        return reply;
+    }
+    return error("44000", "this agent has no job " + jobId);
+}
+
+// Today's clients send the ids as numbers and may leave the key out; a key given must match.
+// An unknown job is still a success, as it always was.
+ApiReply CloudService::updateJobState(Call& call) {
+    const PropertyValue& update = call.body;
+    PropertyDictionary record =
+        update.dictionaryPtr() ? *update.dictionaryPtr() : PropertyDictionary{};
+    record.set("kind", "statusUpdate");
+    state_.addJob(std::move(record));
+    std::string historyId = textOf(update["jobHistoryId"]);
+    auto key = update["transactionKey"].string();
+    for (auto& job : state_.jobs()) {
+        if (!isPrintJob(job) || historyId.empty() || textOf(job["jobHistoryId"]) != historyId) {
+            continue;
+        }
+        if (!key || job["transactionKey"].string() == key) recordUpdate(job, update);
+        break;
+    }
+    return {200, success()};
+}
+
+std::optional<std::string> CloudService::pushJob(const PropertyValue& body, PropertyValue* result) {
+    auto agentId = body["agentId"].string();
+    if (!agentId || !state_.findAgent(*agentId)) {
+        return "no agent " + agentId.value_or("named in \"agentId\"");
+    }
+    std::optional<std::string> data = body["data"].string();
+    if (!data && body["dataBase64"].isString()) {
+        data = base64Decode(*body["dataBase64"].stringPtr());
+        if (!data) return "dataBase64 is not base64";
+    }
+    if (!data) return "the job needs \"data\" or \"dataBase64\"";
+    for (const char* key : {"fileName", "contentType"}) {
+        if (!body[key].isNull() && !body[key].isString()) return std::string(key) + " must be text";
+    }
+    PropertyValue options;
+    if (auto problem = printOptions(body, &options)) return problem;
+    std::string key = state_.storeContent(
+        {{"fileName", body["fileName"].string().value_or("document")},
+         {"contentType", body["contentType"].string().value_or("application/octet-stream")},
+         {"size", static_cast<std::uint64_t>(data->size())},
+         {"dataBase64", base64Encode(*data)}});
+    const PropertyDictionary& job = queueJob({{"agentId", *agentId}, {"kind", "pushed"}},
+                                             *state_.findContent(key), std::move(options));
+    *result = PropertyValue::dictionary({{"success", true},
+                                         {"jobId", job["jobId"]},
+                                         {"jobHistoryId", textOf(job["jobHistoryId"])}});
+    return std::nullopt;
 }
 
 }  // namespace nbx::emulator

@@ -6,6 +6,7 @@
 #include <iosfwd>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "CloudState.h"
@@ -14,8 +15,15 @@
 namespace nbx::emulator {
 
 struct ApiReply {
-    int status = 200;
+    ApiReply(int status = 200, PropertyValue document = {})
+        : status(status), document(std::move(document)) {}
+
+    int status;
     PropertyValue document;
+    // Answered as application/octet-stream instead of the document (a job's content).
+    std::optional<std::string> bytes;
+    // A long poll found nothing yet: asking again within this many seconds may find more.
+    int waitSeconds = 0;
 };
 
 // The service's REST operations over a CloudState: header checks as the real service makes
@@ -25,6 +33,8 @@ public:
     static constexpr const char* kApiPrefix = "/nbx/v2";
     static constexpr const char* kLookupPath = "/nbx/v2/svclookup/service";
     static constexpr std::size_t kAppIdLength = 128;
+    static constexpr int kMaxWaitSeconds = 30;
+    static constexpr int kDefaultLongPollingSeconds = 60;
 
     CloudService(CloudState& state, std::ostream& console);
 
@@ -33,9 +43,13 @@ public:
     std::optional<ApiReply> handle(const std::string& method, const std::string& apiPath,
                                    const httplib::Request& request);
     static ApiReply error(const std::string& code, const std::string& reason);
+    // Queues a job for an agent as another user would: {"agentId", "fileName", "data" or
+    // "dataBase64", "contentType", print options}. Answers an error text, or fills `result`.
+    std::optional<std::string> pushJob(const PropertyValue& body, PropertyValue* result);
 
 private:
-    enum class Access { Verification, Member };
+    // Agent: the polling agent's own requests, named by the computer's MAC, not by a phone.
+    enum class Access { Verification, Member, Agent };
     struct Call;
     using Operation = std::function<ApiReply(Call&)>;
     struct Route {
@@ -53,6 +67,7 @@ private:
     void addSettingRoutes();
     std::optional<ApiReply> admit(const Route& route, Call& call);
     std::optional<ApiReply> admitMember(Call& call);
+    std::optional<ApiReply> admitAgent(Call& call);
 
     ApiReply requestPin(Call& call, const std::string& messageType);
     ApiReply validateIdentifier(Call& call);
@@ -67,6 +82,11 @@ private:
     ApiReply uploadContent(Call& call);
     ApiReply sendToAgent(Call& call);
     ApiReply sendToPeople(Call& call);
+    ApiReply pendingJobs(Call& call);
+    ApiReply jobContent(Call& call);
+    ApiReply updateJobState(Call& call);
+    PropertyDictionary& queueJob(PropertyDictionary job, const PropertyDictionary& content,
+                                 PropertyValue options);
     ApiReply invite(Call& call);
     ApiReply quantity(Call& call);
     ApiReply updateSettings(Call& call, const std::vector<std::string>& keys);

@@ -50,9 +50,12 @@ public:
 
     std::string storeContent(PropertyDictionary content);
     const PropertyDictionary* findContent(const std::string& contentKey) const;
+    // Gives the record the next jobHistoryId (an integer) and a transactionKey.
     PropertyDictionary& addJob(PropertyDictionary job);
+    PropertyArray& jobs() { return *jobs_.arrayPtr(); }
 
     bool requireAccessToken() const { return options_["requireAccessToken"].isTrue(); }
+    const PropertyValue& option(std::string_view name) const { return options_[name]; }
     void setOption(const std::string& name, PropertyValue value);
     std::string nextId(const std::string& prefix);
 

@@ -95,6 +95,8 @@ void EmulatorServer::install() {
     server_.set_keep_alive_max_count(1);
     server_.set_read_timeout(5);
     server_.set_payload_max_length(64u * 1024 * 1024);
+    // A waiting long poll holds its worker; enough of them keep the rest of the service going.
+    server_.new_task_queue = [] { return new httplib::ThreadPool(kWorkerThreads); };
 }
 
 std::optional<int> EmulatorServer::bind(int port) {
@@ -112,7 +114,11 @@ void EmulatorServer::serve() {
 }
 
 void EmulatorServer::stop() {
-    stopping_ = true;
+    {
+        std::lock_guard lock(mutex_);
+        stopping_ = true;
+    }
+    changed_.notify_all();
     server_.stop();
 }
 
@@ -155,12 +161,17 @@ void EmulatorServer::handleCloud(const Exchange& exchange, httplib::Response& re
         std::lock_guard lock(mutex_);
         std::clog << exchange.method << " " << exchange.path << " -> " << reply.status << std::endl;
     }
-    sendJson(response, reply.status, reply.document);
+    if (reply.bytes) {
+        response.status = reply.status;
+        response.set_content(*reply.bytes, "application/octet-stream");
+    } else {
+        sendJson(response, reply.status, reply.document);
+    }
     if (fault) applyFault(*fault, response);
 }
 
 ApiReply EmulatorServer::answer(const Exchange& exchange) {
-    std::lock_guard lock(mutex_);
+    std::unique_lock lock(mutex_);
     if (exchange.path == CloudService::kLookupPath) {
         return service_.lookup(exchange.request, "127.0.0.1:" + std::to_string(port_));
     }
@@ -168,10 +179,18 @@ ApiReply EmulatorServer::answer(const Exchange& exchange) {
     std::string method = exchange.request.get_param_value(kRedirectMethodParameter);
     if (method.empty()) method = exchange.method;
     std::string apiPath = pathWithoutPrefix(exchange.path);
-    if (apiPath != exchange.path) {
-        if (auto reply = service_.handle(method, apiPath, exchange.request)) return *reply;
+    std::optional<ApiReply> reply;
+    if (apiPath != exchange.path) reply = service_.handle(method, apiPath, exchange.request);
+    if (!reply) return CloudService::error("18000", "no operation at " + exchange.path);
+    if (method != "GET") changed_.notify_all();
+    // A long poll that found nothing waits without the lock and looks again on every change.
+    auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(reply->waitSeconds);
+    while (reply->waitSeconds > 0 && !stopping_ &&
+           changed_.wait_until(lock, deadline) == std::cv_status::no_timeout) {
+        reply = service_.handle(method, apiPath, exchange.request);
+        if (!reply) return CloudService::error("18000", "no operation at " + exchange.path);
     }
-    return CloudService::error("18000", "no operation at " + exchange.path);
+    return *reply;
 }
 
 // Sleeps in short steps so a stop request is never held up by a staged delay.
@@ -271,6 +290,7 @@ std::optional<std::string> EmulatorServer::runAdmin(const std::string& operation
                                                     const PropertyValue& body,
                                                     PropertyValue* result) {
     std::lock_guard lock(mutex_);
+    changed_.notify_all();  // a pushed job, a reset or a seed: long polls look again
     if (operation == "POST reset") {
         state_.reset();
         log_.clear();
@@ -291,6 +311,10 @@ std::optional<std::string> EmulatorServer::runAdmin(const std::string& operation
         faults_.clear();
     } else if (operation == "GET state") {
         *result = state_.toValue();
+    } else if (operation == "POST jobs") {
+        return service_.pushJob(body, result);
+    } else if (operation == "GET jobs") {
+        *result = PropertyValue::dictionary({{"jobs", state_.jobs()}});
     } else {
         return "no admin operation " + operation;
     }

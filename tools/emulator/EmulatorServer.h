@@ -3,6 +3,7 @@
 #include <httplib.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <iosfwd>
 #include <mutex>
 #include <optional>
@@ -22,6 +23,7 @@ public:
     static constexpr const char* kAdminPrefix = "/__admin/";
     static constexpr const char* kRedirectParameter = "nbxRedirectsLeft";
     static constexpr const char* kRedirectMethodParameter = "nbxRedirectMethod";
+    static constexpr std::size_t kWorkerThreads = 32;
 
     EmulatorServer(CloudState& state, std::ostream& console, bool quiet);
 
@@ -59,6 +61,7 @@ private:
     bool quiet_;
     int port_ = 0;
     std::atomic<bool> stopping_{false};
+    std::condition_variable changed_;  // the state changed, or the server stops
 };
 
 }  // namespace nbx::emulator

@@ -1,6 +1,7 @@
 #include "AppDelegate.h"
 
 #include <QAction>
+#include <QCheckBox>
 #include <QLabel>
 #include <QPushButton>
 #include <QThread>
@@ -18,6 +19,7 @@
 #include "PrintTarget.h"
 #include "PrinterList.h"
 #include "PrinterScreen.h"
+#include "PrinterSharing.h"
 #include "ServiceSettings.h"
 #include "SettingScreen.h"
 
@@ -29,6 +31,7 @@ AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
       registration_(std::make_unique<PhoneRegistration>(*this)),
       backend_(std::make_unique<BackendLink>(*this)),
       printers_(std::make_unique<PrinterList>(*this)),
+      sharing_(std::make_unique<PrinterSharing>(*this)),
       printTarget_(std::make_unique<PrintTarget>(*this)),
       settings_(std::make_unique<ServiceSettings>(*this)),
       profile_(std::make_unique<FriendsProfile>(*this)) {}
@@ -37,6 +40,7 @@ AppDelegate::~AppDelegate() {
     // Nobody waits for an answer any more: transfers in flight end within a second.
     NBXWebServiceRequest::setAbortTransfers(true);
     registration_->stopTimer();
+    backend_->stop();
     // Workers first: one of them may still start the countdown.
     waitForWorkers();
     registration_->stopTimer();
@@ -112,6 +116,13 @@ void AppDelegate::connectWindow() {
     connect(w->printerScreen->cancelButton(), &QPushButton::clicked, this,
             &AppDelegate::cancelAction);
     connect(w->settingScreen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
+    connect(w->settingScreen->searchButton(), &QPushButton::clicked, this,
+            [this] { sharing_->clickSelectPrinter(); });
+    connect(w->settingScreen->registrationCheckBox(), &QCheckBox::toggled, this,
+            [this] { sharing_->ManagedPrinterRegistrationBtn(); });
+    // Cancel puts back what is registered.
+    connect(w->settingScreen->cancelButton(), &QPushButton::clicked, this,
+            [this] { sharing_->updateAgentInfo(); });
     connect(w->settingScreen->authenticateButton(), &QPushButton::clicked, this,
             [this] { profile_->clickProfileAuthenticate(); });
     connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);

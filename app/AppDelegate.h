@@ -26,6 +26,7 @@ class FriendsProfile;
 class MainWindow;
 class PhoneRegistration;
 class PrinterList;
+class PrinterSharing;
 class PrintTarget;
 class ServiceSettings;
 
@@ -123,6 +124,7 @@ public:
     PhoneRegistration& registration() { return *registration_; }
     BackendLink& backend() { return *backend_; }
     PrinterList& printers() { return *printers_; }
+    PrinterSharing& sharing() { return *sharing_; }
     PrintTarget& printTarget() { return *printTarget_; }
     ServiceSettings& settings() { return *settings_; }
     FriendsProfile& profile() { return *profile_; }
@@ -149,6 +151,7 @@ private:
     std::unique_ptr<PhoneRegistration> registration_;
     std::unique_ptr<BackendLink> backend_;
     std::unique_ptr<PrinterList> printers_;
+    std::unique_ptr<PrinterSharing> sharing_;
     std::unique_ptr<PrintTarget> printTarget_;
     std::unique_ptr<ServiceSettings> settings_;
     std::unique_ptr<FriendsProfile> profile_;

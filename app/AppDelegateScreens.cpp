@@ -11,6 +11,7 @@
 #include "PrintTarget.h"
 #include "PrinterList.h"
 #include "PrinterScreen.h"
+#include "PrinterSharing.h"
 #include "ServiceSettings.h"
 #include "SettingScreen.h"
 #include "WizardScreen.h"
@@ -73,6 +74,8 @@ void AppDelegate::returnToMainWindow() {
 void AppDelegate::actionClickToolbar(const QString& tab) {
     shared_.nCrtFunctionNum = tab == "Setting" ? kSettingTab : kPrinterTab;
     window_->selectTab(tab == "Setting" ? "Setting" : "Printer");
+    window_->settingScreen->applyButton()->setVisible(tab == "Setting");
+    window_->settingScreen->cancelButton()->setVisible(tab == "Setting");
     if (tab == "Contacts") window_->printerScreen->friendEntry()->phoneField()->setFocus();
 }
 
@@ -94,8 +97,13 @@ void AppDelegate::nextAction() {
         case kSettingTab:
             showRefreshWindow("START", true);
             if (window_->settingScreen->registrationCheckBox()->isChecked()) {
-                if (backend_->makeSPInfoDic()) backend_->connectDistributedNotificatiion();
-                backend_->ManagedPrinterRegistrationBtn();
+                if (sharing_->makeSPInfoDic()) {
+                    backend_->connectDistributedNotificatiion();
+                } else {
+                    log("No registration request for the chosen printer");
+                    showRefreshWindow("STOP", false);
+                }
+                sharing_->ManagedPrinterRegistrationBtn();
             } else {
                 backend_->post(PropertyValue::dictionary({{"Command", "StopPolling"}}));
             }
@@ -111,6 +119,8 @@ void AppDelegate::cancelAction() {
 }
 
 void AppDelegate::refreshSettingThread() {
+    // The polling agent answers the refresh's "GetPolling", so it must be running.
+    sharing_->addAgent();
     clickRefreshbtn(false);
     settings_->settingGetPrinterInfo();
 }

@@ -20,6 +20,8 @@ struct AppPlatform {
     // How long a PIN stays valid, in countdown ticks, and one tick; only tests shorten them.
     int pinValiditySeconds = 1800;
     std::chrono::milliseconds countdownTick{1000};
+    // The back-end watchdog's polling step; its limits are counted in steps.
+    std::chrono::milliseconds backendTick{1000};
 };
 
 }  // namespace nbx

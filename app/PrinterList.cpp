@@ -4,6 +4,10 @@
 #include "MainWindow.h"
 #include "PrinterScreen.h"
 
+#include <QListWidget>
+
+#include "PhoneEntry.h"
+
 namespace nbx {
 
 bool PrinterList::getAgentPrinterList() {
@@ -17,6 +21,24 @@ bool PrinterList::getSupportCapabilitySelectPrinter() {
 }
 
 void PrinterList::refreshPrinter() {}
+
+void PrinterList::selectPrinterListTableRow(int row, const std::string& table) {
+    PrinterScreen* screen = app_.window()->printerScreen;
+    const bool friendTable = table == "Friend";
+    (friendTable ? screen->printerTable() : screen->friendTable())->clearSelection();
+    screen->friendEntry()->setVisible(friendTable);
+    (friendTable ? screen->friendTable() : screen->printerTable())->setCurrentRow(row);
+}
+
+std::string PrinterList::convertToSendRename(const std::string& name) {
+    std::string result;
+    for (char c : name) {
+        if (c == ' ' && (result.empty() || result.back() == ' ')) continue;
+        result += c;
+    }
+    if (!result.empty() && result.back() == ' ') result.pop_back();
+    return result;
+}
 
 void PrinterList::setPlusbtn(bool enable) {
     app_.window()->printerScreen->setPlusButton(

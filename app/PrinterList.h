@@ -1,5 +1,8 @@
 #pragma once
 
+#include <atomic>
+#include <string>
+
 #include "PropertyValue.h"
 #include "SharedState.h"
 
@@ -21,9 +24,15 @@ public:
     // Main thread.
     void setPlusbtn(bool enable);
 
-    // The local printer chosen for sharing and the agent quantity, written by workers.
-    Guarded<PropertyValue> dicRegistSelectPrint;
+    // Main thread: "Printer" selects a row of the printer table, "Friend" one of the friend table.
+    void selectPrinterListTableRow(int row, const std::string& table);
+    // Blank runs collapsed to one blank, leading and trailing blanks dropped.
+    static std::string convertToSendRename(const std::string& name);
+
+    // The agent quantity, written by workers.
     Guarded<PropertyValue> dicGetAgentQuantity;
+    // The first list after start may offer the toner window.
+    std::atomic<bool> bFirstShow = true;
 
 private:
     AppDelegate& app_;

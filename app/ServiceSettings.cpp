@@ -4,6 +4,7 @@
 
 #include "AppDelegate.h"
 #include "MainWindow.h"
+#include "PrinterSharing.h"
 #include "SettingScreen.h"
 
 namespace nbx {
@@ -20,6 +21,7 @@ void ServiceSettings::updateSettingsUI() {
                                                               QString::fromStdString((*user)[1]))
                                : QString();
     app_.window()->settingScreen->senderLabel()->setText(phone);
+    app_.sharing().updateAgentInfo();
 }
 
 }  // namespace nbx

@@ -4,11 +4,14 @@
 #include <QtTest>
 #include <QtWidgets>
 
+#include <atomic>
 #include <chrono>
 #include <deque>
 #include <filesystem>
 #include <fstream>
+#include <map>
 #include <memory>
+#include <mutex>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -18,6 +21,7 @@
 #include "AlertSheet.h"
 #include "AppDelegate.h"
 #include "BackendLink.h"
+#include "DistributedNotificationCenter.h"
 #include "MainWindow.h"
 #include "NBXConnectManger.h"
 #include "NBXPrinterQManger.h"
@@ -30,6 +34,7 @@
 #include "PrintTarget.h"
 #include "PrinterScreen.h"
 #include "PrivateCupsd.h"
+#include "PrivateSessionBus.h"
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
 #include "QtTestApp.h"
@@ -73,6 +78,52 @@ struct RecordingUrls : UrlOpener {
     Texts opened;
 };
 
+// Stands in for the polling agent on the harness's private bus: answers each request with the
+// reply scripted for its command, else the failure an agent with no printer gives; records the
+// requests. A silent one answers nothing.
+class ScriptedBackend {
+public:
+    ScriptedBackend() : center_(DistributedNotificationCenter::connectSessionBus(nullptr)) {
+        if (!center_) return;
+        center_->addObserver(
+            BackendLink::kRequestName,
+            [this](const std::string&, const PropertyValue& request) { answer(request); });
+    }
+    void script(const std::string& command, PropertyValue reply) {
+        std::lock_guard lock(mutex_);
+        replies_[command] = std::move(reply);
+    }
+    std::vector<PropertyValue> requests() const {
+        std::lock_guard lock(mutex_);
+        return requests_;
+    }
+    std::atomic<bool> silent = false;
+
+private:
+    void answer(const PropertyValue& request) {
+        const std::string command = request["Command"].string().value_or("");
+        PropertyValue reply = PropertyValue::dictionary(
+            {{"Command", command}, {"Result", "FAIL"}, {"Reason", "No printer is shared"}});
+        {
+            std::lock_guard lock(mutex_);
+            requests_.push_back(request);
+            if (replies_.count(command)) reply = replies_[command];
+        }
+        if (!silent) center_->postNotificationName(BackendLink::kReplyName, reply);
+    }
+
+    mutable std::mutex mutex_;
+    std::map<std::string, PropertyValue> replies_;
+    std::vector<PropertyValue> requests_;
+    std::unique_ptr<DistributedNotificationCenter> center_;
+};
+
+inline std::unique_ptr<PrivateSessionBus> startBus() {
+    auto bus = PrivateSessionBus::start(nullptr);
+    EXPECT_TRUE(bus) << "no private session bus";
+    return bus;
+}
+
 // A controller in a temporary home, English unless told otherwise, with the scheduler pointed
 // at a closed port unless a private one is running, and workers held until the test runs them.
 class AppHarness {
@@ -99,7 +150,8 @@ public:
                              [this] { ++quits; },
                              [this](std::function<void()> work) { workers.push_back(work); },
                              pinValiditySeconds,
-                             countdownTick};
+                             countdownTick,
+                             backendTick};
         if (realThreads) platform.detach = nullptr;
         delegate_ = std::make_unique<AppDelegate>(std::move(platform));
         arguments.prepend("nimbrix-agent");
@@ -170,6 +222,8 @@ public:
 
     QtAppUser app;
     TempHome home;
+    std::unique_ptr<PrivateSessionBus> bus = startBus();
+    ScriptedBackend backend;
     std::shared_ptr<RecordingAlerts> alerts = std::make_shared<RecordingAlerts>();
     std::shared_ptr<RecordingUrls> urls = std::make_shared<RecordingUrls>();
     int quits = 0;
@@ -178,6 +232,8 @@ public:
     bool realThreads = false;
     int pinValiditySeconds = 1800;
     std::chrono::milliseconds countdownTick{1000};
+    // The back-end watchdog gives up after 20 of these (120 for a registration).
+    std::chrono::milliseconds backendTick{10};
     std::vector<std::function<void()>> workers;
 
 private:

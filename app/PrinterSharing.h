@@ -1,0 +1,44 @@
+#pragma once
+
+#include <string>
+
+#include "PropertyValue.h"
+#include "SharedState.h"
+
+namespace nbx {
+
+class AppDelegate;
+
+// Sharing a printer attached to this computer: the device picker, the registration request,
+// the registration page's controls and the helper that keeps the polling agent running.
+// Main thread unless said otherwise.
+class PrinterSharing {
+public:
+    explicit PrinterSharing(AppDelegate& app) : app_(app) {}
+
+    // Runs the picker on a worker; the choice is shown on the main thread.
+    void clickSelectPrinter();
+    // Fills the back-end request from the chosen printer; false when it cannot be made.
+    bool makeSPInfoDic();
+    void ManagedPrinterRegistrationBtn();
+    void updateAgentInfo();
+    // Any thread: launch the notification helper ("-add" returns at once, "-remove" waits).
+    void addAgent();
+    void removeAgent();
+
+    // The model an IEEE 1284 device id names; only pieces followed by ";" count.
+    static std::string modelOfDeviceID(const std::string& deviceID);
+    std::string pickerCommand() const;
+
+    // The picker's choice; replies from the back end replace it too.
+    Guarded<PropertyValue> dicRegistSelectPrint;
+    bool bPriterSupportNBX = false;
+
+private:
+    void showPickedPrinter();
+    std::string notificationHelper() const;
+
+    AppDelegate& app_;
+};
+
+}  // namespace nbx

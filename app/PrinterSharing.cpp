@@ -10,7 +10,6 @@
 #include <cctype>
 #include <cstdlib>
 #include <filesystem>
-#include <thread>
 
 #include "AppDelegate.h"
 #include "BackendLink.h"
@@ -196,7 +195,7 @@ void PrinterSharing::addAgent() {
         app_.log("Does not have agent file.");
         return;
     }
-    std::thread([program = notificationHelper()] { run(program, "-add"); }).detach();
+    run(notificationHelper(), "-add");
 }
 
 void PrinterSharing::removeAgent() {

@@ -22,7 +22,8 @@ public:
     bool makeSPInfoDic();
     void ManagedPrinterRegistrationBtn();
     void updateAgentInfo();
-    // Any thread: launch the notification helper ("-add" returns at once, "-remove" waits).
+    // Worker: launch the notification helper and wait for it; "-add" returns once the polling
+    // agent listens, so the next request is heard.
     void addAgent();
     void removeAgent();
 

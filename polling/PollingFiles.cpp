@@ -133,18 +133,25 @@ bool InstanceLock::acquire(const std::string& path, std::string* whyNot) {
         *whyNot = "cannot open " + path + ": " + std::strerror(errno);
         return false;
     }
-    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
-        *whyNot = errno == EWOULDBLOCK ? "another instance is running"
-                                       : std::string("cannot lock: ") + std::strerror(errno);
-        ::close(fd_);
-        fd_ = -1;
-        return false;
+    for (int attempt = 0; ::flock(fd_, LOCK_EX | LOCK_NB) != 0; ++attempt) {
+        if (errno != EWOULDBLOCK || attempt == 20) {
+            *whyNot = errno == EWOULDBLOCK ? "another instance is running"
+                                           : std::string("cannot lock: ") + std::strerror(errno);
+            ::close(fd_);
+            fd_ = -1;
+            return false;
+        }
+        ::usleep(50'000);
     }
-    const std::string pid = std::to_string(::getpid()) + "\n";
-    if (::ftruncate(fd_, 0) != 0 || ::pwrite(fd_, pid.data(), pid.size(), 0) < 0) {
-        *whyNot = std::string("cannot write the pid: ") + std::strerror(errno);
-    }
+    if (::ftruncate(fd_, 0) != 0)
+        *whyNot = std::string("cannot empty the pid file: ") + std::strerror(errno);
     return true;
+}
+
+void InstanceLock::publishPid(std::string* whyNot) {
+    const std::string pid = std::to_string(::getpid()) + "\n";
+    if (::pwrite(fd_, pid.data(), pid.size(), 0) < 0)
+        *whyNot = std::string("cannot write the pid: ") + std::strerror(errno);
 }
 
 InstanceLock::~InstanceLock() {

@@ -52,8 +52,12 @@ bool writePropertyListAtomically(const std::string& path, const PropertyValue& v
 // An exclusive flock on the pid file, holding this process's id, for the process's lifetime.
 class InstanceLock {
 public:
-    // False when another process holds it (or the file cannot be opened).
+    // False when another process holds it for a second (or the file cannot be opened): someone
+    // checking whether the agent runs takes it for an instant.
     bool acquire(const std::string& path, std::string* whyNot);
+    // Writes this process's pid: from then on the agent answers commands, so a starter waits
+    // for it.
+    void publishPid(std::string* whyNot);
     ~InstanceLock();
 
 private:

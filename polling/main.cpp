@@ -74,6 +74,7 @@ int main(int argc, char** argv) {
                                 });
     }
     agent.start();
+    lock.publishPid(&whyNot);
     log("started");
 
     int signalNumber = 0;

@@ -29,6 +29,7 @@ constexpr const char* kPidFileName = "nbx-polling-agent.pid";
 // The agent writes its pid just after taking the lock; this bounds the wait for it.
 constexpr auto kPidWait = 1s;
 constexpr auto kPollInterval = 50ms;
+constexpr auto kReadyWait = 5s;
 
 std::string systemError(const std::string& what) {
     return what + ": " + std::strerror(errno);
@@ -235,6 +236,15 @@ bool startAgent(std::string* error) {
     if (n > 0) {
         setError(error, "cannot start " + program + ": " + std::strerror(execError));
         return false;
+    }
+    // The pid appears once the agent listens, so a request sent after we return is heard.
+    const auto deadline = std::chrono::steady_clock::now() + kReadyWait;
+    for (AgentStatus s; !(s = agentStatus()).running || s.pid == 0;) {
+        if (std::chrono::steady_clock::now() >= deadline) {
+            setError(error, "the polling agent did not come up within 5 s");
+            return false;
+        }
+        std::this_thread::sleep_for(kPollInterval);
     }
     return true;
 }

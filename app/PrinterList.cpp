@@ -20,7 +20,12 @@ bool PrinterList::getSupportCapabilitySelectPrinter() {
     return false;
 }
 
-void PrinterList::refreshPrinter() {}
+// The cloud's own list comes later; until then the list starts empty, so the back end's reply
+// can put this computer's printer in it.
+void PrinterList::refreshPrinter() {
+    app_.shared().arrSaveAgentList.set(PropertyValue::array());
+    app_.onMainThread([this] { setPlusbtn(true); });
+}
 
 void PrinterList::selectPrinterListTableRow(int row, const std::string& table) {
     PrinterScreen* screen = app_.window()->printerScreen;

@@ -63,6 +63,11 @@ TEST_F(SharingEndToEnd, AJobForTheSharedPrinterComesOutOfTheQueue) {
     h.signIn("82", "101234");
     std::filesystem::create_directory_symlink(NBX_BIN_DIR "/../helpers/Nimbrix Notification.app",
                                               h.helperFolder() + "Nimbrix Notification.app");
+    // The agent runs in a session of its own: it is stopped however the test ends.
+    const std::string helper =
+        h.helperFolder() + "Nimbrix Notification.app/Contents/MacOS/Nimbrix Notification";
+    const std::shared_ptr<void> stopAgent(
+        nullptr, [&](void*) { std::system(("\"" + helper + "\" -remove").c_str()); });
     AppDelegate& d = h.launch();
     d.returnToMainWindow();  // starts the polling agent, then asks it
     ASSERT_TRUE(h.waitFor([&] { return !h.backend.requests().empty(); }));
@@ -102,10 +107,6 @@ TEST_F(SharingEndToEnd, AJobForTheSharedPrinterComesOutOfTheQueue) {
     h.waitFor([] { return false; }, std::chrono::seconds(2));
     EXPECT_EQ(printed("later.txt"), 1);
     EXPECT_EQ(printed("first.txt"), 1);
-
-    const std::string helper =
-        h.helperFolder() + "Nimbrix Notification.app/Contents/MacOS/Nimbrix Notification";
-    EXPECT_EQ(std::system(("\"" + helper + "\" -remove").c_str()), 0);
 }
 
 }  // namespace

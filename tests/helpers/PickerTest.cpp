@@ -11,6 +11,7 @@
 #include <fstream>
 
 #include "DeviceCatalogue.h"
+#include "JSONKit.h"
 #include "PickerArguments.h"
 #include "PickerDialog.h"
 #include "PrivateCupsd.h"
@@ -45,34 +46,30 @@ TEST(PickerArguments, ReturnFileIsRequired) {
     EXPECT_EQ(std::system(("'" + kProgram + "' -Type:ALL 2>/dev/null").c_str()), 2 << 8);
 }
 
+// Model, connection, VID, PID, serial number and MAC address.
+std::string fieldsOf(const DeviceEntry& e) {
+    return e.modelName + "|" + e.connectionType + "|" + e.vid + "|" + e.pid + "|" + e.serialNumber +
+           "|" + e.macAddress;
+}
+
 TEST(DeviceDescription, ValuesFromIdAndUri) {
     const struct {
-        const char *id, *makeAndModel, *uri;
-        const char *model, *connection, *vid, *pid, *serial, *mac;
+        const char *id, *makeAndModel, *uri, *fields;
     } cases[] = {
         {"MFG:Acme;MDL:Laser 1;CMD:PCL;", "Acme Laser 1 Foo",
-         "usb://Acme/Laser%201?serial=A%2F1&x=1", "Laser 1", "USB", "", "", "A/1", ""},
-        {"MANUFACTURER:Acme; MODEL: Jet 2 ;", "", "socket://10.0.0.5:9100", "Jet 2", "Network", "",
-         "", "", ""},
-        {"", "Acme Laser 1", "file:///dev/null", "Acme Laser 1", "Local", "", "", "", ""},
-        {"", "Unknown", "ipps://printer.local/ipp/print", "", "Network", "", "", "", ""},
-        {"MFG:Acme;VID:4a9;PID:0x12Ab;SN:X9;", "", "usb://Acme/J?vid=nothex&pid=12345", "", "USB",
-         "04A9", "12AB", "X9", ""},
-        {"", "", "usb://Acme/J?vid=0x04a9&pid=1&mac=00-1b-a9-0c-dd-EE", "", "USB", "04A9", "0001",
-         "", "00:1B:A9:0C:DD:EE"},
-        {"", "", "hp:/net/Laser?ip=10.0.0.7&mac=001ba9", "", "Network", "", "", "", ""},
-        {"MDL", "", "usb://%4?serial=%", "", "USB", "", "", "%", ""},
+         "usb://Acme/Laser%201?serial=A%2F1&x=1", "Laser 1|USB|||A/1|"},
+        {"MANUFACTURER:Acme; MODEL: Jet 2 ;", "", "socket://10.0.0.5:9100", "Jet 2|Network||||"},
+        {"", "Acme Laser 1", "file:///dev/null", "Acme Laser 1|Local||||"},
+        {"", "Unknown", "ipps://printer.local/ipp/print", "|Network||||"},
+        {"MFG:Acme;VID:4a9;PID:0x12Ab;SN:X9;", "", "usb://Acme/J?vid=nothex&pid=12345",
+         "|USB|04A9|12AB|X9|"},
+        {"", "", "usb://Acme/J?vid=0x04a9&pid=1&mac=00-1b-a9-0c-dd-EE",
+         "|USB|04A9|0001||00:1B:A9:0C:DD:EE"},
+        {"", "", "hp:/net/Laser?ip=10.0.0.7&mac=001ba9", "|Network||||"},
+        {"MDL", "", "usb://%4?serial=%", "|USB|||%|"},
     };
-    for (const auto& c : cases) {
-        const DeviceEntry entry = describeDevice(c.id, c.makeAndModel, c.uri);
-        EXPECT_EQ(entry.modelName, c.model) << c.uri;
-        EXPECT_EQ(entry.connectionType, c.connection) << c.uri;
-        EXPECT_EQ(entry.vid, c.vid) << c.uri;
-        EXPECT_EQ(entry.pid, c.pid) << c.uri;
-        EXPECT_EQ(entry.serialNumber, c.serial) << c.uri;
-        EXPECT_EQ(entry.macAddress, c.mac) << c.uri;
-        EXPECT_EQ(entry.address, c.uri);
-    }
+    for (const auto& c : cases)
+        EXPECT_EQ(fieldsOf(describeDevice(c.id, c.makeAndModel, c.uri)), c.fields) << c.uri;
 }
 
 int runCommand(const std::string& command) {
@@ -107,25 +104,21 @@ protected:
         if (IsSkipped()) return;
         const fs::path backend = cupsd().folder() / "serverbin/backend/acme";
         std::ofstream(backend) << kDevicesBackend;
-        fs::permissions(backend, fs::perms::owner_all | fs::perms::group_read |
-                                     fs::perms::group_exec | fs::perms::others_read |
-                                     fs::perms::others_exec);
+        fs::permissions(backend, fs::perms(0755));
         const std::string ppd = home_.path() + "/acme.ppd";
         std::ofstream(ppd) << kPpd;
-        ASSERT_EQ(runCommand(std::string("lpadmin -p ") + kQueue +
-                             " -D 'Front Office' -v file:///dev/null -P " + ppd + " -E"),
+        // _Nimbrix_ is the agent's own cloud queue, which must never be offered.
+        ASSERT_EQ(runCommand("lpadmin -p " + std::string(kQueue) + " -D 'Front Office' -v " +
+                             "file:///dev/null -P " + ppd + " -E && lpadmin -p Acme_Net -v " +
+                             "socket://127.0.0.1:9 -E && lpadmin -p _Nimbrix_ -v " +
+                             "nbxbackend://nbxaddress?addr=h -E"),
                   0)
-            << cupsd().errorLog();
-        ASSERT_EQ(runCommand("lpadmin -p Acme_Net -v socket://127.0.0.1:9 -E"), 0);
-        // The agent's own cloud queue, which must never be offered.
-        ASSERT_EQ(runCommand("lpadmin -p _Nimbrix_ -v nbxbackend://nbxaddress?addr=h -E"), 0)
             << cupsd().errorLog();
     }
     void TearDown() override {
         if (IsSkipped()) return;
-        runCommand(std::string("lpadmin -x ") + kQueue);
-        runCommand("lpadmin -x Acme_Net");
-        runCommand("lpadmin -x _Nimbrix_");
+        for (const std::string queue : {kQueue, "Acme_Net", "_Nimbrix_"})
+            runCommand("lpadmin -x " + queue);
     }
     static int rowOf(const std::vector<DeviceEntry>& entries, const std::string& address) {
         for (std::size_t i = 0; i < entries.size(); ++i)
@@ -138,42 +131,31 @@ protected:
 
 TEST_F(PickerCupsTest, CatalogueListsQueueWithItsDeviceId) {
     const auto entries = listCatalogue(1s);
-    const int row = rowOf(entries, kQueue);
+    const int row = rowOf(entries, kQueue),
+              usb = rowOf(entries, "usb://Acme/Laser%201?serial=SN42");
     ASSERT_GE(row, 0);
     const DeviceEntry& queue = entries[row];
     EXPECT_TRUE(queue.isQueue);
     EXPECT_EQ(queue.displayName, "Front Office");
     EXPECT_EQ(queue.deviceId, kDeviceId);
-    EXPECT_EQ(queue.modelName, "Laser 1");
-    EXPECT_EQ(queue.connectionType, "Local");
-    const int usb = rowOf(entries, "usb://Acme/Laser%201?serial=SN42");
+    EXPECT_EQ(fieldsOf(queue), "Laser 1|Local||||");
     ASSERT_GT(usb, row) << "devices follow the queues";
     EXPECT_FALSE(entries[usb].isQueue);
     EXPECT_EQ(entries[usb].displayName, "Acme Laser 1 (USB)");
-    EXPECT_EQ(entries[usb].serialNumber, "SN42");
+    EXPECT_EQ(fieldsOf(entries[usb]), "Laser 1|USB|||SN42|");
     EXPECT_GE(rowOf(entries, "Acme_Net"), 0);
-    for (const DeviceEntry& entry : entries) {
-        EXPECT_NE(entry.address, "_Nimbrix_");
-        EXPECT_NE(entry.address, "socket://127.0.0.1:9") << "already a queue";
-    }
+    EXPECT_LT(rowOf(entries, "_Nimbrix_"), 0);
+    EXPECT_LT(rowOf(entries, "socket://127.0.0.1:9"), 0) << "already a queue";
 
     // The agent reads an array holding one dictionary with every key as text.
     const std::string path = home_.path() + "/made/on/demand/PrinterInfo.plist";
     ASSERT_TRUE(writePrinterInfo(path, queue));
     const auto written = readPropertyListFile(path);
     ASSERT_TRUE(written && written->isArray() && written->size() == 1u);
-    const PropertyValue& info = written->at(0);
-    const std::pair<const char*, std::string> keys[] = {{"ModelName", "Laser 1"},
-                                                        {"DeviceID", kDeviceId},
-                                                        {"ConnectionType", "Local"},
-                                                        {"VID", ""},
-                                                        {"PID", ""},
-                                                        {"SerialNumber", ""},
-                                                        {"MACAddress", ""},
-                                                        {"Address", kQueue}};
-    EXPECT_EQ(info.size(), std::size(keys));
-    for (const auto& [key, value] : keys)
-        EXPECT_EQ(info[key].string(), value) << key;
+    const auto expected = objectFromJSONData(R"({"ModelName":"Laser 1","ConnectionType":"Local",
+        "DeviceID":"MFG:Acme;MDL:Laser 1;CMD:PCL;","VID":"","PID":"","SerialNumber":"",
+        "MACAddress":"","Address":"Acme_Laser"})");
+    EXPECT_EQ(written->at(0), expected) << written->description();
     EXPECT_FALSE(writePrinterInfo("/proc/no/such/PrinterInfo.plist", queue));
 }
 
@@ -186,24 +168,19 @@ TEST_F(PickerCupsTest, OkWritesTheChosenRowAndCancelNothing) {
         dialog.show();
         ASSERT_TRUE(listed.wait(30000));
         auto* list = dialog.findChild<QTreeWidget*>("devices");
-        QPushButton* okButton = dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Ok);
-        ASSERT_TRUE(list && okButton);
+        auto* buttons = dialog.findChild<QDialogButtonBox*>();
+        ASSERT_TRUE(list && buttons);
+        QPushButton* okButton = buttons->button(QDialogButtonBox::Ok);
         EXPECT_FALSE(okButton->isEnabled());
         const int row = rowOf(dialog.entries(), kQueue);
         ASSERT_GE(row, 0);
         list->setCurrentItem(list->topLevelItem(row));
         ASSERT_TRUE(okButton->isEnabled());
-        if (ok) {
-            okButton->click();
-        } else {
-            dialog.close();
-        }
+        buttons->button(ok ? QDialogButtonBox::Ok : QDialogButtonBox::Cancel)->click();
         EXPECT_EQ(dialog.result(), ok ? QDialog::Accepted : QDialog::Rejected);
         const auto written = readPropertyListFile(path);
         EXPECT_EQ(written.has_value(), ok);
-        if (written) {
-            EXPECT_EQ(written->at(0)["Address"].string(), kQueue);
-        }
+        if (written) EXPECT_EQ(written->at(0)["Address"].string(), kQueue);
     }
 }
 

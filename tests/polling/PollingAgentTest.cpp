@@ -3,7 +3,6 @@
 #include <signal.h>
 #include <spawn.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -68,43 +67,6 @@ TEST(PollingRules, TonerJobOptionsAndJobIds) {
     EXPECT_FALSE(PollingFiles::isSafeJobId(std::string(129, 'a')));
 }
 
-// The program as a child process.
-class AgentProcess {
-public:
-    AgentProcess() {
-        char* argv[] = {const_cast<char*>(NBX_POLLING_AGENT_PATH), nullptr};
-        if (posix_spawn(&pid_, NBX_POLLING_AGENT_PATH, nullptr, nullptr, argv, environ) != 0)
-            pid_ = -1;
-    }
-    ~AgentProcess() {
-        if (pid_ > 0 && !exitStatus(0ms)) {
-            kill(pid_, SIGKILL);
-            waitpid(pid_, nullptr, 0);
-        }
-    }
-    // True once it exited within `limit` with status 0.
-    bool exitedCleanly(std::chrono::milliseconds limit) {
-        const auto status = exitStatus(limit);
-        return status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0;
-    }
-    void signal(int number) const { kill(pid_, number); }
-
-private:
-    std::optional<int> exitStatus(std::chrono::milliseconds limit) {
-        const auto end = std::chrono::steady_clock::now() + limit;
-        for (int status = 0; !status_; std::this_thread::sleep_for(20ms)) {
-            if (waitpid(pid_, &status, WNOHANG) == pid_)
-                status_ = status;
-            else if (std::chrono::steady_clock::now() >= end)
-                break;
-        }
-        return status_;
-    }
-
-    pid_t pid_ = -1;
-    std::optional<int> status_;
-};
-
 bool eventually(const std::function<bool()>& condition, std::chrono::milliseconds limit) {
     const auto end = std::chrono::steady_clock::now() + limit;
     while (!condition()) {
@@ -113,6 +75,30 @@ bool eventually(const std::function<bool()>& condition, std::chrono::millisecond
     }
     return true;
 }
+
+// The program as a child process.
+class AgentProcess {
+public:
+    AgentProcess() {
+        char* argv[] = {const_cast<char*>(NBX_POLLING_AGENT_PATH), nullptr};
+        if (posix_spawn(&pid_, argv[0], nullptr, nullptr, argv, environ) != 0) pid_ = -1;
+    }
+    ~AgentProcess() {
+        if (pid_ > 0 && kill(pid_, SIGKILL) == 0) waitpid(pid_, nullptr, 0);
+    }
+    void signal(int number) const { kill(pid_, number); }
+    // True once it exited with status 0 within `limit`.
+    bool exitedCleanly(std::chrono::milliseconds limit) {
+        int status = -1;
+        if (!eventually([&] { return waitpid(pid_, &status, WNOHANG) == pid_; }, limit))
+            return false;
+        pid_ = -1;
+        return WIFEXITED(status) && WEXITSTATUS(status) == 0;
+    }
+
+private:
+    pid_t pid_ = -1;
+};
 
 int lpadmin(const std::string& arguments) {
     return std::system(("lpadmin " + arguments + " >/dev/null 2>&1").c_str());
@@ -288,11 +274,10 @@ TEST_F(PollingAgentTest, PrintsAPushedJobOnceWithItsOptionsAndReportsIt) {
     const auto jobs = printedJobs();
     ASSERT_EQ(jobs.size(), 1u);
     EXPECT_EQ(jobs[0].second, "memo.txt");
-    for (const auto& [name, value] : {std::pair{"copies", "2"},
-                                      {"print-color-mode", "monochrome"},
-                                      {"sides", "two-sided-long-edge"},
-                                      {"media", "a4"}})
-        EXPECT_EQ(jobAttribute(jobs[0].first, name), value) << name;
+    std::vector<std::string> options;
+    for (const char* name : {"copies", "print-color-mode", "sides", "media"})
+        options.push_back(jobAttribute(jobs[0].first, name));
+    EXPECT_EQ(options, (std::vector<std::string>{"2", "monochrome", "two-sided-long-edge", "a4"}));
     // The scheduler keeps the document it was sent in its spool.
     char document[32];
     std::snprintf(document, sizeof document, "/spool/d%05d-001", jobs[0].first);

@@ -27,10 +27,7 @@ mkdir -p "$(dirname "$pidfile")"
 exec 9<>"$pidfile"
 flock -n 9 || exit 1
 echo $$ > "$pidfile"
-trap 'kill $child 2>/dev/null; exit 0' TERM
-sleep 600 9>&- &
-child=$!
-wait $child
+exec sleep 600
 )sh";
 
 std::string readText(const fs::path& path) {

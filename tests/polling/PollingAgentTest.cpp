@@ -56,10 +56,17 @@ TEST(PollingRules, TonerJobOptionsAndJobIds) {
         EXPECT_EQ(PrintQueue::tonerLevels(row.levels, row.colors, row.types), expected)
             << PropertyValue(expected).description();
     }
-    // The pushed-job test checks good options end to end; these must never reach the queue.
-    const auto odd = PropertyValue::dictionary(
-        {{"copies", 0}, {"colorMode", "SEPIA"}, {"sides", "x"}, {"mediaSize", "a4 -o x"}});
-    EXPECT_TRUE(PrintQueue::optionsForJob(odd).empty());
+    // The pushed-job test prints MONO, DUPLEX_LONG and A4; odd values never reach the queue.
+    const std::pair<const char*, PrintQueue::Options> jobs[] = {
+        {R"({"copies":3,"colorMode":"COLOR","sides":"DUPLEX_SHORT","mediaSize":"LETTER"})",
+         {{"copies", "3"},
+          {"print-color-mode", "color"},
+          {"sides", "two-sided-short-edge"},
+          {"media", "letter"}}},
+        {R"({"copies":0,"colorMode":"SEPIA","sides":"x","mediaSize":"a4 -o x"})", {}},
+    };
+    for (const auto& [job, options] : jobs)
+        EXPECT_EQ(PrintQueue::optionsForJob(json(job)), options) << job;
     for (const char* id : {"17", "job-1.a_B"})
         EXPECT_TRUE(PollingFiles::isSafeJobId(id)) << id;
     for (const char* id : {"", "..", "../x", "a/b", ".hidden", "a b", "a\nb"})

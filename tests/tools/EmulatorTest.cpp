@@ -154,7 +154,6 @@ TEST_F(EmulatorTest, FaultsMatchByPathMethodAndCount) {
     } cases[] = {
         {R"({"path":"*","status":500,"times":2})", {500, 500, 200}},
         {R"({"path":"*","status":500,"method":"POST"})", {200}},
-        {R"({"path":"/idmmgtsvc/user","status":500})", {200}},
         {R"({"path":"/nbx/v2/svclookup/service","status":500,"times":0})", {500, 500, 500, 500}},
     };
     for (const auto& c : cases) {

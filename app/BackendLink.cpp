@@ -48,8 +48,8 @@ void BackendLink::stop() {
     }
     wake_.notify_all();
     ++request_;
+    // The center itself lives on until the workers that may still unsubscribe are gone.
     unsubscribe();
-    center_.reset();
 }
 
 void BackendLink::post(PropertyValue request) {

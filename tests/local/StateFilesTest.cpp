@@ -142,7 +142,6 @@ TEST(AES256, KnownAnswersAndBadCipherTexts) {
         EXPECT_EQ(AES256DecryptWithKey(cipher, c.key), plain);
     }
     EXPECT_EQ(dataByAESEncryption("token-123"), hex(kKnownAnswers[0].cipher));
-    EXPECT_EQ(stringByAESDecryption(hex(kKnownAnswers[0].cipher)), "token-123");
     EXPECT_EQ(stringByAESDecryption(*dataByAESEncryption("héllo wörld")), "héllo wörld");
     EXPECT_FALSE(dataByAESEncryption(""));
 

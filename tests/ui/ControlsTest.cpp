@@ -46,7 +46,6 @@ TEST(PrinterCell, EachStyleShowsItsImageAndLines) {
         EXPECT_EQ(cell.imageKey(), c.image) << c.type.toStdString();
         EXPECT_EQ(cell.isHeader(), c.header);
         EXPECT_EQ(cell.subTitle(), c.subTitle) << c.type.toStdString();
-        EXPECT_EQ(cell.height(), NBXPrinterCell::heightOfRow(c.type));
         EXPECT_EQ(!cell.addButton()->isHidden(), c.type == "TitleMyPrinter");
     }
 }

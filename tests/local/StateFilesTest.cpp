@@ -158,7 +158,7 @@ TEST(AES256, KnownAnswersAndBadCipherTexts) {
     EXPECT_FALSE(stringByAESDecryption(*AES256EncryptWithKey(Bytes{0xff, 0xfe}, kKey)));
 }
 
-TEST_F(StateFilesTest, MyInfoIsReplacedWholeAfterOneCheck) {
+TEST_F(StateFilesTest, MyInfoIsReplacedWholeAndAnUnwritableOneEndsAfterFiveChecks) {
     const auto myInfo = [] { return readPropertyListFile(Auth::myInfoPath()); };
     EXPECT_FALSE(Auth::makeAuthInfoWithKey(std::nullopt, "1", countPause) ||
                  Auth::makeAuthInfoWithKey("82", std::nullopt, countPause) || myInfo());
@@ -169,10 +169,9 @@ TEST_F(StateFilesTest, MyInfoIsReplacedWholeAfterOneCheck) {
     ASSERT_TRUE(Auth::makeAuthInfoWithKey("82", "0010123", countPause));
     EXPECT_EQ(*myInfo(), Dict::dictionary({{"CountryCode", "82"}, {"PhoneNumber", "10123"}}));
     EXPECT_EQ(pauses, 0);
-}
-
-TEST_F(StateFilesTest, MyInfoReportsSuccessAfterFiveChecksWhenTheFileNeverAppears) {
-    // A link into a missing folder: the file cannot be written and never exists.
+    // A link into a missing folder: the file cannot be written and never exists, which is
+    // reported as success after five checks.
+    std::filesystem::remove(Auth::myInfoPath());
     std::filesystem::create_symlink(home.path() + "/nowhere/MyInfo.plist", Auth::myInfoPath());
     EXPECT_TRUE(Auth::makeAuthInfoWithKey("82", "5", countPause));
     EXPECT_EQ(pauses, 5);

@@ -16,15 +16,16 @@ namespace {
 
 using Dict = PropertyValue;
 using Auth = NBXAuthenticationManger;
+using S = StateFiles;
 
 class StateFilesTest : public ::testing::Test {
 protected:
     void SetUp() override { std::filesystem::create_directories(home.appSupportFolder()); }
     static void write(std::string_view name, const PropertyValue& value) {
-        writePropertyListFile(StateFiles::pathTo(name), value);
+        writePropertyListFile(S::pathTo(name), value);
     }
     static PropertyValue read(std::string_view name) {
-        return readPropertyListFile(StateFiles::pathTo(name)).value_or(PropertyValue());
+        return readPropertyListFile(S::pathTo(name)).value_or(PropertyValue());
     }
     test::TempHome home;
     int pauses = 0;
@@ -54,14 +55,12 @@ TEST_F(StateFilesTest, BadFilesReadAsDefaults) {
     };
     for (const std::string raw : {"missing", "", "<plist><dict>", "garbage"}) {
         std::filesystem::remove_all(home.appSupportFolder());
-        for (auto name :
-             {StateFiles::kJobPreferenceFile, StateFiles::kMyInfoFile, StateFiles::kAgentListFile})
-            if (raw != "missing") std::ofstream(StateFiles::pathTo(name)) << raw;
+        for (auto name : {S::kJobPreferenceFile, S::kMyInfoFile, S::kAgentListFile})
+            if (raw != "missing") std::ofstream(S::pathTo(name)) << raw;
         for (const auto& [jobPreference, myInfo] : cases) {
-            if (!jobPreference.isNull()) write(StateFiles::kJobPreferenceFile, jobPreference);
-            if (!myInfo.isNull()) write(StateFiles::kMyInfoFile, myInfo);
+            if (!jobPreference.isNull()) write(S::kJobPreferenceFile, jobPreference);
+            if (!myInfo.isNull()) write(S::kMyInfoFile, myInfo);
             SCOPED_TRACE(raw + jobPreference.description());
-            using S = StateFiles;
             EXPECT_FALSE(S::sendInfo() || S::directPrint() || S::agAgain() || S::agTime());
             EXPECT_FALSE(S::printerLater() || S::notiAgree() || S::agentList());
             EXPECT_FALSE(S::printerInfoList());
@@ -71,46 +70,45 @@ TEST_F(StateFilesTest, BadFilesReadAsDefaults) {
 
 TEST_F(StateFilesTest, WritersKeepTheOtherKeysInTheirForms) {
     const PropertyDictionary target{{"Type", "Printer"}, {"isPaidDevice", true}};
-    StateFiles::setSendInfo(target);
-    StateFiles::setDirectPrint(true);
-    ASSERT_TRUE(StateFiles::setTonerReminder(true, "2026-01-02 03:04:05"));
-    EXPECT_EQ(read(StateFiles::kJobPreferenceFile),
-              Dict::dictionary({{"SendInfo", target},
-                                {"DirectPrint", "TRUE"},
-                                {"AgAgain", true},
-                                {"Agtime", "2026-01-02 03:04:05"}}));
-    StateFiles::setTonerReminder(false, std::nullopt);
-    StateFiles::setDirectPrint(false);
+    S::setSendInfo(target);
+    S::setDirectPrint(true);
+    ASSERT_TRUE(S::setTonerReminder(true, "2026-01-02 03:04:05"));
+    EXPECT_EQ(read(S::kJobPreferenceFile), Dict::dictionary({{"SendInfo", target},
+                                                             {"DirectPrint", "TRUE"},
+                                                             {"AgAgain", true},
+                                                             {"Agtime", "2026-01-02 03:04:05"}}));
+    S::setTonerReminder(false, std::nullopt);
+    S::setDirectPrint(false);
     EXPECT_EQ(
-        read(StateFiles::kJobPreferenceFile),
+        read(S::kJobPreferenceFile),
         Dict::dictionary({{"SendInfo", target}, {"DirectPrint", "FALSE"}, {"AgAgain", false}}));
-    EXPECT_EQ(StateFiles::sendInfo(), target);
+    EXPECT_EQ(S::sendInfo(), target);
 
-    std::ofstream(StateFiles::pathTo(StateFiles::kMyInfoFile)) << "<plist><dict>";
-    StateFiles::setPrinterLater(true);
-    ASSERT_TRUE(StateFiles::setNotiAgree(false));
-    EXPECT_EQ(read(StateFiles::kMyInfoFile),
+    std::ofstream(S::pathTo(S::kMyInfoFile)) << "<plist><dict>";
+    S::setPrinterLater(true);
+    ASSERT_TRUE(S::setNotiAgree(false));
+    EXPECT_EQ(read(S::kMyInfoFile),
               Dict::dictionary({{"PrinterLater", true}, {"NotiAgree", "FALSE"}}));
-    EXPECT_TRUE(StateFiles::printerLater());
-    EXPECT_EQ(StateFiles::notiAgree(), false);
+    EXPECT_TRUE(S::printerLater());
+    EXPECT_EQ(S::notiAgree(), false);
 }
 
 TEST_F(StateFilesTest, AccountValuesAreEncipheredAndListsKeepRecords) {
-    ASSERT_TRUE(StateFiles::setEncryptedAccountValue("accessToken", "secret"));
-    EXPECT_FALSE(StateFiles::setEncryptedAccountValue("ValmoraAccountID", ""));
-    EXPECT_TRUE(read(StateFiles::kAccountFile)["accessToken"].isData());
-    EXPECT_EQ(read(StateFiles::kAccountFile).size(), 1u);
+    ASSERT_TRUE(S::setEncryptedAccountValue("accessToken", "secret"));
+    EXPECT_FALSE(S::setEncryptedAccountValue("ValmoraAccountID", ""));
+    EXPECT_TRUE(read(S::kAccountFile)["accessToken"].isData());
+    EXPECT_EQ(read(S::kAccountFile).size(), 1u);
 
     const PropertyArray agents{Dict::dictionary({{"agentType", "TitleMyPrinter"}})};
-    StateFiles::setAgentList(agents);
-    EXPECT_EQ(StateFiles::agentList(), agents);
-    StateFiles::removeAgentList();
-    EXPECT_FALSE(StateFiles::agentList());
+    S::setAgentList(agents);
+    EXPECT_EQ(S::agentList(), agents);
+    S::removeAgentList();
+    EXPECT_FALSE(S::agentList());
     // What cannot be removed stays, without an exception.
-    std::filesystem::create_directories(StateFiles::pathTo(StateFiles::kAgentListFile) + "/x");
-    StateFiles::removeAgentList();
-    write(StateFiles::kPrinterInfoFile, Dict::array({Dict::dictionary({{"VID", "1"}}), "stray"}));
-    EXPECT_EQ(StateFiles::printerInfoList()->size(), 1u);
+    std::filesystem::create_directories(S::pathTo(S::kAgentListFile) + "/x");
+    S::removeAgentList();
+    write(S::kPrinterInfoFile, Dict::array({Dict::dictionary({{"VID", "1"}}), "stray"}));
+    EXPECT_EQ(S::printerInfoList()->size(), 1u);
 }
 
 Bytes hex(std::string_view text) {

@@ -280,6 +280,7 @@ void Center::receive() {
         int r;
         while ((r = sd_bus_process(receiver_, nullptr)) > 0 && !stopping_) {
         }
+        if (r < 0) disconnected_ = true;
         if (r < 0 || stopping_) break;
         pollfd fds[2] = {
             {sd_bus_get_fd(receiver_), static_cast<short>(sd_bus_get_events(receiver_)), 0},

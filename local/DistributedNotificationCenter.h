@@ -45,6 +45,8 @@ public:
     // After this returns the observer is not running and will not run again, unless called
     // from inside an observer.
     void removeObserver(int token);
+    // False once the bus has gone away (the session ended); nothing arrives after that.
+    bool isConnected() const { return !disconnected_; }
 
 private:
     DistributedNotificationCenter(sd_bus* sender, sd_bus* receiver);
@@ -59,6 +61,7 @@ private:
     std::map<int, std::pair<std::string, Observer>> observers_;
     int nextToken_ = 1;
     std::atomic<bool> stopping_ = false;
+    std::atomic<bool> disconnected_ = false;
     int wakeFd_ = -1;
     std::thread thread_;
 };

@@ -77,10 +77,14 @@ int main(int argc, char** argv) {
     lock.publishPid(&whyNot);
     log("started");
 
-    int signalNumber = 0;
-    while (sigwait(&stopSignals, &signalNumber) != 0) {
+    // The session's end takes the bus away; without it nobody can reach us, so we go too.
+    const timespec second{1, 0};
+    int signalNumber;
+    while ((signalNumber = sigtimedwait(&stopSignals, nullptr, &second)) < 0) {
+        if (center && !center->isConnected()) break;
     }
-    log(std::string("stopping on ") + strsignal(signalNumber));
+    log(signalNumber > 0 ? std::string("stopping on ") + strsignal(signalNumber)
+                         : std::string("stopping: the session bus is gone"));
     if (center) center->removeObserver(observer);
     // Ends a long poll in flight; the agent finishes its current step and returns.
     nbx::NBXWebServiceRequest::setAbortTransfers(true);

@@ -101,5 +101,14 @@ TEST_F(NotificationCenterTest, RefusesWhatCannotBeSent) {
     EXPECT_FALSE(sender->postNotificationName("n", PropertyValue("not a dictionary")));
 }
 
+TEST_F(NotificationCenterTest, NoticesWhenTheBusGoesAway) {
+    EXPECT_TRUE(receiver->isConnected());
+    bus.reset();
+    const auto deadline = std::chrono::steady_clock::now() + 5s;
+    while (receiver->isConnected() && std::chrono::steady_clock::now() < deadline)
+        std::this_thread::sleep_for(10ms);
+    EXPECT_FALSE(receiver->isConnected());
+}
+
 }  // namespace
 }  // namespace nbx

@@ -6,20 +6,20 @@
 #include <mutex>
 #include <string>
 
+#include "DistributedNotificationCenter.h"
 #include "PropertyValue.h"
 
 namespace nbx {
 
 class AppDelegate;
-class DistributedNotificationCenter;
 
 // The exchange with the polling agent that serves a printer this computer shares: one request
 // out on the session bus, one reply back or the watchdog's alert. Requests and replies are
 // handled on the main thread; the watchdog and the follow-up run on workers.
 class BackendLink {
 public:
-    static constexpr const char* kRequestName = "com.Valmora.NBX.Backend.Agent";
-    static constexpr const char* kReplyName = "com.Valmora.NBX.NBXSetting.Agent";
+    static constexpr const char* kRequestName = DistributedNotificationCenter::kBackendRequest;
+    static constexpr const char* kReplyName = DistributedNotificationCenter::kBackendReply;
     static constexpr int kUpdateLimitSteps = 120;
     static constexpr int kLimitSteps = 20;
 

@@ -24,6 +24,9 @@ public:
     static constexpr const char* kObjectPath = "/com/Valmora/NBX";
     static constexpr const char* kInterface = "com.Valmora.NBX.DistributedNotification";
     static constexpr const char* kMember = "Post";
+    // The back-end exchange: the application's request and the polling agent's reply.
+    static constexpr const char* kBackendRequest = "com.Valmora.NBX.Backend.Agent";
+    static constexpr const char* kBackendReply = "com.Valmora.NBX.NBXSetting.Agent";
     // Deeper values are refused on both sides.
     static constexpr int kMaxDepth = 32;
 

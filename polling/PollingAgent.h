@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "AgentState.h"
+#include "DistributedNotificationCenter.h"
 #include "JobPoller.h"
 #include "PropertyValue.h"
 
@@ -16,8 +17,9 @@ namespace nbx::polling {
 // thread while a printer is registered.
 class PollingAgent {
 public:
-    static constexpr const char* kCommandNotification = "com.Valmora.NBX.Backend.Agent";
-    static constexpr const char* kReplyNotification = "com.Valmora.NBX.NBXSetting.Agent";
+    static constexpr const char* kCommandNotification =
+        DistributedNotificationCenter::kBackendRequest;
+    static constexpr const char* kReplyNotification = DistributedNotificationCenter::kBackendReply;
 
     using Reply = std::function<void(const PropertyValue& reply)>;
 

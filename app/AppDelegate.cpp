@@ -22,6 +22,7 @@
 #include "PrinterSharing.h"
 #include "ServiceSettings.h"
 #include "SettingScreen.h"
+#include "TonerStatus.h"
 
 namespace nbx {
 
@@ -34,7 +35,8 @@ AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
       sharing_(std::make_unique<PrinterSharing>(*this)),
       printTarget_(std::make_unique<PrintTarget>(*this)),
       settings_(std::make_unique<ServiceSettings>(*this)),
-      profile_(std::make_unique<FriendsProfile>(*this)) {}
+      profile_(std::make_unique<FriendsProfile>(*this)),
+      toner_(std::make_unique<TonerStatus>(*this)) {}
 
 AppDelegate::~AppDelegate() {
     // Nobody waits for an answer any more: transfers in flight end within a second.
@@ -133,6 +135,7 @@ void AppDelegate::connectWindow() {
     connect(w->settingScreen->moreInfoLink(), &QPushButton::clicked, this,
             &AppDelegate::clickMoreInfo);
     registration_->connectWindow(w);
+    toner_->connectWindow(w);
 }
 
 }  // namespace nbx

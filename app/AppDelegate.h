@@ -29,6 +29,7 @@ class PrinterList;
 class PrinterSharing;
 class PrintTarget;
 class ServiceSettings;
+class TonerStatus;
 
 // The application controller: owns the window, the flows and the state they share; wires the
 // window to the flows, moves between screens and runs start-up, refresh, alerts and quitting.
@@ -128,6 +129,7 @@ public:
     PrintTarget& printTarget() { return *printTarget_; }
     ServiceSettings& settings() { return *settings_; }
     FriendsProfile& profile() { return *profile_; }
+    TonerStatus& toner() { return *toner_; }
 
 private:
     void connectWindow();
@@ -155,6 +157,7 @@ private:
     std::unique_ptr<PrintTarget> printTarget_;
     std::unique_ptr<ServiceSettings> settings_;
     std::unique_ptr<FriendsProfile> profile_;
+    std::unique_ptr<TonerStatus> toner_;
 };
 
 template <class Work, class Apply>

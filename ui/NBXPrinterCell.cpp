@@ -72,6 +72,20 @@ QString NBXPrinterCell::fixedSubTitleKey(const QString& type) {
     return keys.value(type);
 }
 
+QString NBXPrinterCell::friendPrinterTitle(const Localizer& localizer, const QString& firstName,
+                                           const QString& lastName) {
+    const QString first = firstName.trimmed();
+    const QString last = lastName.trimmed();
+    if (!first.isEmpty() && !last.isEmpty()) {
+        return localizer("%1% %2%'s (Full Name) Printer")
+            .replace("%1%", first)
+            .replace("%2%", last);
+    }
+    if (!first.isEmpty()) return localizer("%1%'s (First Name Only) Printer").replace("%1%", first);
+    if (!last.isEmpty()) return localizer("%2%'s (Last Name Only) Printer").replace("%2%", last);
+    return localizer("Friend's (No Name) Printer");
+}
+
 void NBXPrinterCell::setCellType(const QString& type, const QString& title, const QString& subTitle,
                                  int row) {
     type_ = type;

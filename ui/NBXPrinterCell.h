@@ -32,6 +32,10 @@ public:
     static QString imageKeyForType(const QString& type);
     // The fixed second line of a style, or "" when the row shows its own sub-title.
     static QString fixedSubTitleKey(const QString& type);
+    // The title of a friend's printer from the friend's names, trimmed; blank names count as
+    // missing.
+    static QString friendPrinterTitle(const Localizer& localizer, const QString& firstName,
+                                      const QString& lastName);
 
 signals:
     void addClicked();

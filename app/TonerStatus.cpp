@@ -1,19 +1,136 @@
 #include "TonerStatus.h"
 
+#include <QCheckBox>
+#include <QListWidget>
+#include <QPushButton>
+#include <filesystem>
+
+#include "AppDelegate.h"
+#include "MainWindow.h"
+#include "NBXTonerGuageCell.h"
+#include "PrintTarget.h"
+#include "PrinterScreen.h"
+#include "StateFiles.h"
+#include "TonerWindow.h"
+
 namespace nbx {
 
-void TonerStatus::connectWindow(MainWindow*) {}
+namespace {
+
+std::string jobPreferencePath() {
+    return StateFiles::pathTo(StateFiles::kJobPreferenceFile);
+}
+
+bool jobPreferenceFileExists() {
+    std::error_code ec;
+    return std::filesystem::exists(jobPreferencePath(), ec);
+}
+
+void writeEmptyJobPreferences() {
+    StateFiles::updateDictionary(jobPreferencePath(), [](PropertyDictionary&) {});
+}
+
+}  // namespace
+
+void TonerStatus::connectWindow(MainWindow* window) {
+    TonerWindow* toner = window->tonerWindow;
+    QObject::connect(toner->closeButton(), &QPushButton::clicked, toner,
+                     [this] { clickTonerInfoCancelBtn(); });
+    QObject::connect(toner, &TonerWindow::orderRequested, toner, [this](const QString& url) {
+        app_.platform().urls->openURL(url.toStdString());
+    });
+}
+
+int TonerStatus::wholeDaysBetween(const QDateTime& from, const QDateTime& to) {
+    int days = static_cast<int>(from.daysTo(to));
+    // The day component of the calendar difference: only completed days count.
+    if (days > 0 && from.addDays(days) > to) --days;
+    if (days < 0 && from.addDays(days) < to) ++days;
+    return days;
+}
 
 bool TonerStatus::checkTonerInfoShowAgain() {
+    if (!jobPreferenceFileExists()) {
+        writeEmptyJobPreferences();
+        return true;
+    }
+    const PropertyDictionary file =
+        StateFiles::readDictionary(jobPreferencePath()).value_or(PropertyDictionary());
+    if (!file.contains("AgAgain") || !file.contains("Agtime")) return true;
+    const QDateTime saved = QDateTime::fromString(
+        QString::fromStdString(file["Agtime"].string().value_or("")), kTimeFormat);
+    // A time that cannot be read cannot keep the window silent.
+    if (!saved.isValid()) return true;
+    const QDateTime now = clock();
+    const int days = wholeDaysBetween(saved, now);
+    app_.log(QString("Today-%1, Save-%2")
+                 .arg(now.toString(kTimeFormat), saved.toString(kTimeFormat))
+                 .toStdString());
+    app_.log("Day    : " + std::to_string(days));
+    return days > kSilentDays;
+}
+
+bool TonerStatus::isLowTonerPrinter(const PropertyValue& printer) {
+    if (printer["isPaidDevice"].isTrue() || !printer["friendUserId"].isNull() ||
+        printer["currKTonerLevel"].isNull()) {
+        return false;
+    }
+    constexpr int low = NBXTonerGuageCell::kLowLevel;
+    if (NBXTonerGuageCell::level(printer, "currKTonerLevel") < low) return true;
+    if (NBXTonerGuageCell::level(printer, "currCTonerLevel") == -1) return false;
+    for (const char* key : {"currCTonerLevel", "currMTonerLevel", "currYTonerLevel"}) {
+        if (NBXTonerGuageCell::level(printer, key) < low) return true;
+    }
     return false;
 }
 
 PropertyValue TonerStatus::getTonerInfo() {
-    return PropertyValue::array();
+    PropertyValue low = PropertyValue::array();
+    for (const PropertyValue& printer : StateFiles::agentList().value_or(PropertyArray())) {
+        if (isLowTonerPrinter(printer)) low.append(printer);
+    }
+    nTonerInfoCount = static_cast<int>(low.size());
+    return low;
 }
 
-void TonerStatus::offerTonerWindow(const PropertyValue&) {}
+bool TonerStatus::directPrintPending() const {
+    return app_.printTarget().isPrintLaunch() && StateFiles::isDirectPrint();
+}
 
-void TonerStatus::clickTonerInfoCancelBtn() {}
+void TonerStatus::offerTonerWindow(const PropertyValue& lowPrinters) {
+    TonerWindow* window = app_.window()->tonerWindow;
+    window->showPrinters(lowPrinters);
+    if (!directPrintPending()) {
+        window->setWindowModality(Qt::WindowModal);
+        window->open();
+        return;
+    }
+    // A job for a paid or a friend's printer goes out without the window.
+    const PropertyDictionary sendInfo = StateFiles::sendInfo().value_or(PropertyDictionary());
+    if (sendInfo["isPaidDevice"].isTrue() || sendInfo.contains("FriendUserId")) return;
+    window->setWindowModality(Qt::ApplicationModal);
+    window->exec();
+}
+
+void TonerStatus::storeSilence(bool ticked) {
+    if (!jobPreferenceFileExists()) {
+        writeEmptyJobPreferences();
+        return;
+    }
+    // Unticking drops the time, which ends a silence at once.
+    StateFiles::setTonerReminder(
+        ticked, ticked ? std::optional(clock().toString(kTimeFormat).toStdString()) : std::nullopt);
+}
+
+void TonerStatus::clickTonerInfoCancelBtn() {
+    TonerWindow* window = app_.window()->tonerWindow;
+    storeSilence(window->weekCheckBox()->isChecked());
+    if (directPrintPending()) {
+        window->done(QDialog::Rejected);
+        return;
+    }
+    window->hide();
+    app_.window()->printerScreen->reloadPrinters(app_.shared().arrSaveAgentList.get());
+}
 
 }  // namespace nbx

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QDateTime>
 #include <atomic>
+#include <functional>
 
 #include "PropertyValue.h"
 
@@ -13,6 +15,11 @@ class MainWindow;
 // low, whether the user silenced the window for a week, and the window itself.
 class TonerStatus {
 public:
+    // The silence time's text, local time.
+    static constexpr const char* kTimeFormat = "yyyy-MM-dd HH:mm:ss";
+    // Days the window stays silenced after the week box was ticked.
+    static constexpr int kSilentDays = 6;
+
     explicit TonerStatus(AppDelegate& app) : app_(app) {}
     void connectWindow(MainWindow* window);
 
@@ -25,9 +32,18 @@ public:
     void offerTonerWindow(const PropertyValue& lowPrinters);
     void clickTonerInfoCancelBtn();
 
+    // Whole calendar days from one local time to a later one.
+    static int wholeDaysBetween(const QDateTime& from, const QDateTime& to);
+    static bool isLowTonerPrinter(const PropertyValue& printer);
+
     std::atomic<int> nTonerInfoCount = 0;
+    // Set before any worker runs; tests move "now".
+    std::function<QDateTime()> clock = [] { return QDateTime::currentDateTime(); };
 
 private:
+    bool directPrintPending() const;
+    void storeSilence(bool ticked);
+
     AppDelegate& app_;
 };
 

@@ -62,6 +62,20 @@ PropertyValue sampleAgents() {
                                  friendPrinter});
 }
 
+PropertyValue sampleLowTonerPrinters() {
+    auto record = [](const char* alias, const char* model, int k, int c, int m, int y) {
+        return PropertyValue::dictionary({{"agentAlias", alias},
+                                          {"agentModelName", model},
+                                          {"currKTonerLevel", k},
+                                          {"currCTonerLevel", c},
+                                          {"currMTonerLevel", m},
+                                          {"currYTonerLevel", y}});
+    };
+    return PropertyValue::array({record("Office printer", "Color C480", 62, 9, 0, 41),
+                                 record("Front desk", "Laser M2020", 12, -1, -1, -1),
+                                 record("Design studio", "Color C560", 78, 54, 8, 66)});
+}
+
 class Renderer {
 public:
     Renderer(QString folder, QString language) : folder_(std::move(folder)), language_(language) {}
@@ -151,6 +165,7 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     r.sheet(w->aboutSheet, "sheet-about");
     r.sheet(w->alertSheet, "sheet-alert");
     r.sheet(w->printLaterSheet, "sheet-print-later");
+    w->tonerWindow->showPrinters(sampleLowTonerPrinters());
     r.sheet(w->tonerWindow, "sheet-toner");
     r.sheet(w->informationSheet, "sheet-information");
     r.sheet(w->renameSheet, "sheet-rename");

@@ -17,6 +17,7 @@
 #include "PhoneRegistration.h"
 #include "PrintLaterSheet.h"
 #include "PrintTarget.h"
+#include "PrinterActions.h"
 #include "PrinterList.h"
 #include "PrinterScreen.h"
 #include "PrinterSharing.h"
@@ -32,6 +33,7 @@ AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
       registration_(std::make_unique<PhoneRegistration>(*this)),
       backend_(std::make_unique<BackendLink>(*this)),
       printers_(std::make_unique<PrinterList>(*this)),
+      printerActions_(std::make_unique<PrinterActions>(*this)),
       sharing_(std::make_unique<PrinterSharing>(*this)),
       printTarget_(std::make_unique<PrintTarget>(*this)),
       settings_(std::make_unique<ServiceSettings>(*this)),
@@ -136,6 +138,8 @@ void AppDelegate::connectWindow() {
             &AppDelegate::clickMoreInfo);
     registration_->connectWindow(w);
     toner_->connectWindow(w);
+    printers_->connectWindow(w);
+    printerActions_->connectWindow(w);
 }
 
 }  // namespace nbx

@@ -25,6 +25,7 @@ class BackendLink;
 class FriendsProfile;
 class MainWindow;
 class PhoneRegistration;
+class PrinterActions;
 class PrinterList;
 class PrinterSharing;
 class PrintTarget;
@@ -125,6 +126,7 @@ public:
     PhoneRegistration& registration() { return *registration_; }
     BackendLink& backend() { return *backend_; }
     PrinterList& printers() { return *printers_; }
+    PrinterActions& printerActions() { return *printerActions_; }
     PrinterSharing& sharing() { return *sharing_; }
     PrintTarget& printTarget() { return *printTarget_; }
     ServiceSettings& settings() { return *settings_; }
@@ -153,6 +155,7 @@ private:
     std::unique_ptr<PhoneRegistration> registration_;
     std::unique_ptr<BackendLink> backend_;
     std::unique_ptr<PrinterList> printers_;
+    std::unique_ptr<PrinterActions> printerActions_;
     std::unique_ptr<PrinterSharing> sharing_;
     std::unique_ptr<PrintTarget> printTarget_;
     std::unique_ptr<ServiceSettings> settings_;

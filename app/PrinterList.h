@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <functional>
 #include <string>
 
 #include "PropertyValue.h"
@@ -9,32 +10,63 @@
 namespace nbx {
 
 class AppDelegate;
+class MainWindow;
+class NBXCloudInterface;
 
-// The Printer tab's list: the user's, friends' and post-office printers, the agent quantity
-// and the capabilities of the printer chosen for a job. The list itself lives in the shared
-// state, as the refresh and the back-end replies change it too.
+// The Printer tab's list: the user's, friends' and post-office printers, the agent quantity,
+// renaming and unlinking a printer and the capabilities of the printer chosen for a job. The
+// list itself lives in the shared state, as the refresh and the back-end replies change it too.
 class PrinterList {
 public:
     explicit PrinterList(AppDelegate& app) : app_(app) {}
+    void connectWindow(MainWindow* window);
 
     // Worker bodies: they call the cloud and hand widget changes to the main thread.
+    bool getAgentQuantity();
     bool getAgentPrinterList();
     bool getSupportCapabilitySelectPrinter();
     void refreshPrinter();
-    // Main thread.
-    void setPlusbtn(bool enable);
 
-    // Main thread: "Printer" selects a row of the printer table, "Friend" one of the friend table.
+    // Main thread. The cloud calls of a rename or an unlink run on a worker; their result is
+    // applied to the row that was selected when they started.
+    void setPlusbtn(bool enable);
+    PropertyValue getSelectedRowInfo() const;
+    void updateAgentAlias(const std::string& alias);
+    void requestToReleaseAgent();
+    void clickPrinterTableView();
     void selectPrinterListTableRow(int row, const std::string& table);
+    // This computer's own agent, compared by the first MAC address, case aside.
+    bool isOwnAgent(const std::string& macAddress) const;
+
+    // The rows in their fixed order: "My Drive" when the user has agents, the post-office
+    // agents, "TitleMyPrinter", the other own agents, then the friends' under their title.
+    static PropertyValue arrangeAgentRows(const PropertyValue& agentList,
+                                          const PropertyValue& friendAgentList, int agentCount);
     // Blank runs collapsed to one blank, leading and trailing blanks dropped.
     static std::string convertToSendRename(const std::string& name);
+    // The name, or "name (n)" for the first n that no alias of the list has, case aside.
+    static std::string uniqueAlias(std::string name, const PropertyValue& agents);
 
     // The agent quantity, written by workers.
     Guarded<PropertyValue> dicGetAgentQuantity;
     // The first list after start may offer the toner window.
     std::atomic<bool> bFirstShow = true;
+    std::atomic<int> nPrinterCount = 0;
+    std::atomic<int> nFriendCount = 0;
 
 private:
+    using Operation = bool (NBXCloudInterface::*)(const PropertyValue&, PropertyValue*,
+                                                  PropertyValue*);
+    // Where a failed call's error code goes: the error handling of the list, an alert only
+    // (rename and unlink must not end a print launch), or the log.
+    enum class Failure { Manage, Alert, Log };
+    // One cloud exchange as every call here makes it: a fresh interface, the sender's phone
+    // first, success only with "success" and no "errorCode". `answer` gets the returned
+    // information, or the error information of a failure.
+    bool callCloud(const std::string& startLine, Operation operation, const PropertyValue& request,
+                   PropertyValue* answer, Failure failure);
+    void offerToner();
+
     AppDelegate& app_;
 };
 

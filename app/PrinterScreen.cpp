@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QVBoxLayout>
 
 #include "NBXPrinterCell.h"
@@ -70,23 +71,47 @@ QString PrinterScreen::cellTypeFor(const PropertyValue& record) {
     if (type == "My Drive" || type == "TitleMyPrinter" || type == "TitleFriendPrinter") {
         return QString::fromStdString(type);
     }
-    if (type == "POST_AGENT") return "PostOffice";
-    return record["isPaidDevice"].isTrue() ? "PaymentPrinter" : "Printer";
+    const bool paid = record["isPaidDevice"].isTrue();
+    if (record["friendUserId"].isString()) return paid ? "PaymentPrinter" : "Printer";
+    if (type == "POST_AGENT") return paid ? "PaymentPrinter" : "PostOffice";
+    return "Printer";
+}
+
+QString PrinterScreen::displayMac(const std::string& macAddress) {
+    const QString hex = QString::fromStdString(macAddress.substr(0, macAddress.find(',')))
+                            .remove(QRegularExpression("[^0-9A-Fa-f]"))
+                            .toUpper();
+    QStringList pairs;
+    for (int i = 0; i < hex.size(); i += 2)
+        pairs << hex.mid(i, 2);
+    return pairs.join(':');
+}
+
+std::pair<QString, QString> PrinterScreen::titlesFor(const PropertyValue& record) const {
+    if (record["friendUserId"].isString()) {
+        return {NBXPrinterCell::friendPrinterTitle(tr_, text(record, "firstName"),
+                                                   text(record, "lastName")),
+                text(record, "agentModelName")};
+    }
+    const QString type = cellTypeFor(record);
+    if (type == "TitleMyPrinter") return {tr_("My Printer"), {}};
+    if (type == "TitleFriendPrinter") return {tr_("Friend's Printer"), {}};
+    if (type == "My Drive") return {tr_("My Drive"), {}};
+    const QString mac = displayMac(record["agentMacAddress"].string().value_or(""));
+    return {text(record, "agentAlias"), mac.isEmpty() ? QString() : "MAC: " + mac};
 }
 
 void PrinterScreen::reloadPrinters(const PropertyValue& agentList) {
+    // The selection stays on its row, as long as the row is there.
+    const int selected = selectedPrinterRow();
     printers_->clear();
     for (std::size_t i = 0; i < agentList.size(); ++i) {
-        const PropertyValue& record = agentList.at(i);
-        const QString type = cellTypeFor(record);
-        QString title = text(record, "agentAlias");
-        if (type == "TitleMyPrinter") title = tr_("My Printer");
-        if (type == "TitleFriendPrinter") title = tr_("Friend's Printer");
-        if (type == "My Drive") title = tr_("My Drive");
-        if (record["friendUserId"].isString()) {
-            title = text(record, "firstName") + " " + text(record, "lastName");
-        }
-        addRow(printers_, type, title, text(record, "agentModelName"));
+        const auto [title, subTitle] = titlesFor(agentList.at(i));
+        addRow(printers_, cellTypeFor(agentList.at(i)), title, subTitle);
+    }
+    if (QListWidgetItem* item = printers_->item(selected);
+        item && item->flags() & Qt::ItemIsSelectable) {
+        printers_->setCurrentItem(item);
     }
     setPlusButton(plusEnabled_, plusToolTip_);
 }
@@ -97,7 +122,8 @@ void PrinterScreen::addRow(QListWidget* table, const QString& type, const QStrin
     cell->setCellType(type, title, subTitle, table->count());
     auto* item = new QListWidgetItem(table);
     item->setSizeHint(QSize(0, NBXPrinterCell::heightOfRow(type)));
-    if (cell->isHeader()) item->setFlags(Qt::ItemIsEnabled);
+    // Row 0 stays selectable even as a header: selecting it means "no printer".
+    if (cell->isHeader() && item->listWidget()->row(item) != 0) item->setFlags(Qt::ItemIsEnabled);
     table->setItemWidget(item, cell);
     connect(cell, &NBXPrinterCell::addClicked, this, &PrinterScreen::addPrinterClicked);
 }

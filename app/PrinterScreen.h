@@ -1,6 +1,8 @@
 #pragma once
 
 #include <QWidget>
+#include <string>
+#include <utility>
 
 #include "Localizer.h"
 #include "PropertyValue.h"
@@ -28,6 +30,10 @@ public:
     void reloadPrinters(const PropertyValue& agentList);
     // The row style an agent list entry is drawn with.
     static QString cellTypeFor(const PropertyValue& record);
+    // The first of the addresses, upper case, in colon-separated pairs.
+    static QString displayMac(const std::string& macAddress);
+    // Title and sub-title of a row.
+    std::pair<QString, QString> titlesFor(const PropertyValue& record) const;
 
     int selectedPrinterRow() const;
     int selectedFriendRow() const;

@@ -11,11 +11,16 @@ namespace {
 
 QString themeName(const QString& key) {
     static const QHash<QString, QString> names = {
-        {"icon_printer", "printer"},           {"icon_profile01", "avatar-default"},
-        {"icon_my-cloud-box", "folder-cloud"}, {"btn_add_normal", "list-add"},
-        {"icon_info", "dialog-information"},   {"icon_rename", "document-edit"},
-        {"icon_unlink", "edit-delete"},        {"icon_refresh", "view-refresh"},
-        {"icon_about", "help-about"},          {"clock_25x25", "appointment-soon"},
+        {"icon_printer", "printer"},
+        {"icon_profile01", "avatar-default"},
+        {"icon_my-cloud-box", "folder-cloud"},
+        {"btn_add_normal", "list-add"},
+        {"icon_information_nor", "dialog-information"},
+        {"icon_edit_nor", "document-edit"},
+        {"icon_unlink_nor", "edit-delete"},
+        {"icon_refresh", "view-refresh"},
+        {"icon_about", "help-about"},
+        {"clock_25x25", "appointment-soon"},
     };
     return names.value(key);
 }

@@ -49,6 +49,8 @@ namespace nbx::test {
 using Texts = std::vector<std::string>;
 
 inline const std::string kQueueFailed = "Adding Printer in System Preferences is failed.";
+// What a signed-in refresh tells when no service answers.
+inline const std::string kOffline = "Connection failed.";
 
 inline PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entries) {
     return PropertyValue::dictionary(entries);
@@ -129,7 +131,12 @@ inline std::unique_ptr<PrivateSessionBus> startBus() {
 class AppHarness {
 public:
     explicit AppHarness(const char* locale = "C", bool ownScheduler = true)
-        : locale_("LC_ALL", locale), helpers_("NBX_HELPER_FOLDER", helperFolder().c_str()) {
+        : locale_("LC_ALL", locale),
+          helpers_("NBX_HELPER_FOLDER", helperFolder().c_str()),
+          // A test that wants the cloud points at its emulator; any other is refused at once.
+          lookup_("NBX_LOOKUP_SERVER", std::getenv("NBX_LOOKUP_SERVER")
+                                           ? std::getenv("NBX_LOOKUP_SERVER")
+                                           : "127.0.0.1:1") {
         std::filesystem::create_directories(helperFolder());
         if (!ownScheduler) return;
         // Nothing listens there: the queue is simply missing, and the machine's own
@@ -239,6 +246,7 @@ public:
 private:
     ScopedEnv locale_;
     ScopedEnv helpers_;
+    ScopedEnv lookup_;
     std::unique_ptr<ScopedEnv> scheduler_;
     std::unique_ptr<ScopedEnv> schedulerRoot_;
     std::unique_ptr<AppDelegate> delegate_;

@@ -36,6 +36,8 @@ TEST(BackendReply, EveryCommandsBranches) {
         PropertyValue::array({marker("TitleMyPrinter"), own, marker("TitleFriendPrinter")});
     const PropertyValue titles =
         PropertyValue::array({marker("TitleMyPrinter"), marker("TitleFriendPrinter")});
+    // What a refresh without a service leaves.
+    const PropertyValue offline = PropertyValue::array({marker("TitleMyPrinter")});
     PropertyValue renamed = stored;
     renamed.arrayPtr()->at(1).set("agentAlias", "New name");
     struct Case {
@@ -103,9 +105,9 @@ TEST(BackendReply, EveryCommandsBranches) {
          "UpdatePolling",
          reply("UpdatePolling", "SUCCESS"),
          nullptr,
-         titles,
+         offline,
          {"UpdatePolling", "GetPolling"},
-         {"Settings updated successfully"},
+         {kOffline, "Settings updated successfully"},
          false,
          kSettingTab},
         {"UpdateFailureWithCode",
@@ -128,9 +130,9 @@ TEST(BackendReply, EveryCommandsBranches) {
          "StopPolling",
          reply("StopPolling", "SUCCESS"),
          nullptr,
-         titles,
+         offline,
          {"StopPolling", "GetPolling"},
-         {},
+         {kOffline},
          false},
         {"ChangeAliasRenamesTheSelectedRow",
          "ChangeAlias",

@@ -60,7 +60,7 @@ bool truthy(const PropertyValue& value) {
 // Service records carry bookkeeping keys the client never sees.
 PropertyValue publicAgent(const PropertyDictionary& agent) {
     PropertyDictionary visible = agent;
-    for (const char* key : {"owner", "sharedWith", "agentState", "hostDeviceId"})
+    for (const char* key : {"owner", "sharedWith", "agentState", "hostDeviceId", "capabilities"})
         visible.erase(key);
     return visible;
 }
@@ -462,6 +462,8 @@ PropertyValue CloudService::agentsOf(const PropertyDictionary& user, bool own) c
             const PropertyDictionary* owner = state_.findUser(
                 *agent["owner"]["countryCode"].string(), *agent["owner"]["phoneNumber"].string());
             PropertyValue record = publicAgent(*agent.dictionaryPtr());
+            // A friend's printer is known by its owner; its address stays private.
+            record.dictionaryPtr()->erase("agentMacAddress");
             record.set("isSharedDevice", 1);
             record.set("friendUserId", owner ? (*owner)["userId"] : PropertyValue(""));
             record.set("firstName", owner ? (*owner)["firstName"] : PropertyValue(""));
@@ -612,15 +614,18 @@ ApiReply CloudService::capabilities(Call& call) {
     bool allowed =
         agent && (shared ? isSharedWith(record, *call.user) : isOwner(record, *call.user));
     if (!allowed) return error("41000", "no such agent for this user");
-    return {
-        200,
-        success(
-            {{"agentId", *id},
-             {"supportedColor",
-              record["supportedColor"].isNull() ? PropertyValue(true) : record["supportedColor"]},
-             {"supportedMediaSize",
-              record["supportedMediaSize"].string().value_or("A4,LETTER,LEGAL")},
-             {"supportedSides", record["supportedSides"].string().value_or("DUPLEX/SIMPLEX")}})};
+    PropertyValue answer = success(
+        {{"agentId", *id},
+         {"supportedColor",
+          record["supportedColor"].isNull() ? PropertyValue(true) : record["supportedColor"]},
+         {"supportedMediaSize", record["supportedMediaSize"].string().value_or("A4,LETTER,LEGAL")},
+         {"supportedSides", record["supportedSides"].string().value_or("DUPLEX/SIMPLEX")}});
+    // Anything else a test seeds under "capabilities" is answered as it stands.
+    if (const auto* extra = record["capabilities"].dictionaryPtr()) {
+        for (const auto& [key, value] : *extra)
+            answer.set(key, value);
+    }
+    return {200, answer};
 }
 
 ApiReply CloudService::uploadContent(Call& call) {

@@ -5,6 +5,7 @@
 #include <QDir>
 #include <QLineEdit>
 #include <QListWidget>
+#include <QMenu>
 #include <QPixmap>
 #include <QPushButton>
 #include <cstdio>
@@ -19,12 +20,14 @@
 #include "MainWindow.h"
 #include "PhoneEntry.h"
 #include "PrintLaterSheet.h"
+#include "PrinterActions.h"
 #include "PrinterList.h"
 #include "PrinterScreen.h"
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
 #include "RenameSheet.h"
 #include "SettingScreen.h"
+#include "StateFiles.h"
 #include "TonerWindow.h"
 #include "UnlinkSheet.h"
 
@@ -43,23 +46,25 @@ public:
 };
 
 PropertyValue sampleAgents() {
-    auto record = [](const char* type, const char* alias, const char* model, bool paid) {
+    auto record = [](const char* type, const char* alias, const char* model, const char* mac) {
         return PropertyValue::dictionary({{"agentType", type},
                                           {"agentAlias", alias},
                                           {"agentModelName", model},
-                                          {"isPaidDevice", paid}});
+                                          {"agentMacAddress", mac}});
     };
-    PropertyValue friendPrinter = record("PRT_AGENT", "", "Laser M2020", false);
+    PropertyValue paid = record("POST_AGENT", "Copy Corner", "Pay Station", "");
+    paid.set("isPaidDevice", true);
+    PropertyValue friendPrinter = record("PRT_AGENT", "", "Laser M2020", "");
     friendPrinter.set("friendUserId", "u7");
-    friendPrinter.set("firstName", "Ana");
+    friendPrinter.set("firstName", " Ana ");
     friendPrinter.set("lastName", "Lee");
-    return PropertyValue::array({PropertyValue::dictionary({{"agentType", "My Drive"}}),
-                                 record("POST_AGENT", "Post Office", "", false),
-                                 PropertyValue::dictionary({{"agentType", "TitleMyPrinter"}}),
-                                 record("PC_AGENT", "Office printer", "Color C480", false),
-                                 record("PRT_AGENT", "Copy shop", "Pro 9000", true),
-                                 PropertyValue::dictionary({{"agentType", "TitleFriendPrinter"}}),
-                                 friendPrinter});
+    return PropertyValue::array(
+        {PropertyValue::dictionary({{"agentType", "My Drive"}}),
+         record("POST_AGENT", "Post Office", "", ""), paid,
+         PropertyValue::dictionary({{"agentType", "TitleMyPrinter"}}),
+         record("PRT_AGENT", "Office printer", "Color C480", "001b63aa0cff,001b63aa0d00"),
+         record("PC_AGENT", "Study PC", "PC Agent", "02fc00000042"),
+         PropertyValue::dictionary({{"agentType", "TitleFriendPrinter"}}), friendPrinter});
 }
 
 PropertyValue sampleLowTonerPrinters() {
@@ -130,8 +135,13 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     w->printerScreen->reloadPrinters(sampleAgents());
     delegate.printers().setPlusbtn(true);
     delegate.actionClickToolbar("Printer");
-    w->printerScreen->printerTable()->item(3)->setSelected(true);
+    w->printerScreen->printerTable()->item(4)->setSelected(true);
     r.grab(w, "7-printer");
+    StateFiles::setAgentList(*sampleAgents().arrayPtr());
+    QMenu menu;
+    delegate.printerActions().menuNeedsUpdate(&menu, 4);
+    menu.adjustSize();
+    r.grab(&menu, "7-printer-menu");
     w->printerScreen->popupCheckBox()->show();
     w->printerScreen->nextButton()->show();
     w->printerScreen->cancelButton()->show();
@@ -157,7 +167,7 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     r.grab(w, "refresh-overlay");
     delegate.showRefreshWindow("STOP", false);
 
-    w->informationSheet->setInformation("Office printer", "Color C480", "AA:BB:CC:DD:EE:FF");
+    w->informationSheet->setInformation("Office printer", "Color C480", "00:1B:63:AA:0C:FF");
     w->unlinkSheet->setPrinterName("Office printer");
     w->renameSheet->nameField()->setText("Office printer");
     w->profilePhoneSheet->setSecondsLeft(1795);

@@ -307,5 +307,25 @@ TEST_F(PrinterListTest, CapabilitiesMergeIntoTheJobsPrinter) {
     EXPECT_TRUE(h.readUserFile("AgentPL.plist").at(2)["supportedStaple"].isNull());
 }
 
+// The refresh runs on a worker: while the service is slow the window keeps handling events
+// behind the busy overlay, and the fifty printers all arrive.
+TEST_F(PrinterListTest, SlowServiceLeavesTheWindowResponsive) {
+    PropertyValue agents = PropertyValue::array();
+    for (int i = 0; i < 50; ++i)
+        agents.append(agent("a" + std::to_string(i), "PRT_AGENT", "P" + std::to_string(i), ""));
+    h.realThreads = true;
+    AppDelegate& d = refreshed(agents);
+    emulator.injectFault(dict({{"path", "/printmgtsvc/agent"}, {"delayMs", 1000}}));
+    int ticks = 0;
+    QTimer timer;
+    QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
+    timer.start(10);
+    d.shared().nCrtFunctionNum = kPrinterTab;
+    d.clickRefreshbtnOnMain();
+    ASSERT_TRUE(h.waitFor([&] { return !d.window()->refreshView->isHidden(); }));
+    ASSERT_TRUE(h.waitFor([&] { return d.shared().arrSaveAgentList.get().size() == 52; }));
+    EXPECT_GE(ticks, 50) << "the main thread was blocked";
+}
+
 }  // namespace
 }  // namespace nbx::test

@@ -40,8 +40,9 @@ void PrinterList::connectWindow(MainWindow* w) {
                      [this] { clickPrinterTableView(); });
     QObject::connect(screen->printerTable(), &QListWidget::itemSelectionChanged, &app_,
                      [this, w, screen] {
-                         screen->friendEntry()->setVisible(false);
-                         if (screen->selectedPrinterRow() < 1) return;
+                         const int row = screen->selectedPrinterRow();
+                         if (row >= 0) screen->friendEntry()->setVisible(false);
+                         if (row < 1) return;
                          screen->popupCheckBox()->setEnabled(true);
                          w->settingScreen->printingPopupCheckBox()->setEnabled(true);
                      });

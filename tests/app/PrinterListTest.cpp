@@ -4,6 +4,7 @@
 #include "NBXPrinterCell.h"
 #include "PrinterActions.h"
 #include "PrinterList.h"
+#include "StateFiles.h"
 #include "UnlinkSheet.h"
 
 namespace nbx::test {
@@ -42,7 +43,8 @@ class PrinterListTest : public testing::Test {
 protected:
     void SetUp() override { ASSERT_TRUE(emulator.ok()); }
     // A fresh service holding the agents, and the list refreshed from it.
-    AppDelegate& refreshed(AppHarness& harness, const PropertyValue& agents) {
+    AppDelegate& refreshed(AppHarness& harness, const PropertyValue& agents,
+                           const QStringList& arguments = {}) {
         emulator.reset();
         emulator.seed(dict(
             {{"users",
@@ -56,7 +58,7 @@ protected:
              {"agents", agents},
              {"options", dict({{"requireAccessToken", false}})}}));
         harness.signIn("82", "101234");
-        AppDelegate& d = harness.launch();
+        AppDelegate& d = harness.launch(arguments);
         d.printers().refreshPrinter();
         AppHarness::drainEvents();
         d.window()->printerScreen->reloadPrinters(d.shared().arrSaveAgentList.get());
@@ -305,6 +307,26 @@ TEST_F(PrinterListTest, CapabilitiesMergeIntoTheJobsPrinter) {
         EXPECT_EQ(file.at(row)["agentId"], d.shared().arrSaveAgentList.get().at(row)["agentId"]);
     }
     EXPECT_TRUE(h.readUserFile("AgentPL.plist").at(2)["supportedStaple"].isNull());
+}
+
+// While a job waits, the next button names what the row does with it; row 0 shows the
+// print-later note once the user has asked for it.
+TEST_F(PrinterListTest, ClickedRowNamesTheJobsNextStep) {
+    AppDelegate& d = refreshed(h,
+                               PropertyValue::array({agent("post", "POST_AGENT", "Post", ""),
+                                                     agent("prt", "PRT_AGENT", "Desk", "")}),
+                               {h.targetArgument()});
+    StateFiles::setPrinterLater(true);
+    QPushButton* next = d.window()->printerScreen->nextButton();
+    const std::pair<int, const char*> rows[] = {
+        {1, "Send Job"}, {3, "Print Job"}, {0, "Print Job"}};
+    for (const auto& [row, text] : rows) {
+        select(d, row);
+        d.printers().clickPrinterTableView();
+        EXPECT_EQ(next->text().toStdString(), text) << row;
+        EXPECT_TRUE(next->isEnabled());
+        EXPECT_EQ(d.window()->printLaterSheet->isVisible(), row == 0) << row;
+    }
 }
 
 // The refresh runs on a worker: while the service is slow the window keeps handling events

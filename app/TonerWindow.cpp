@@ -2,6 +2,7 @@
 
 #include <QCheckBox>
 #include <QListWidget>
+#include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -40,6 +41,10 @@ void TonerWindow::showPrinters(const PropertyValue& printers) {
     for (int row = 0; row < std::min(table_->count(), kRowsShown); ++row)
         height += table_->item(row)->sizeHint().height();
     table_->setMinimumHeight(std::max(height, 160));
+}
+
+void TonerWindow::reject() {
+    close_->click();
 }
 
 }  // namespace nbx

@@ -23,6 +23,9 @@ public:
     QCheckBox* weekCheckBox() const { return week_; }
     QPushButton* closeButton() const { return close_; }
     NBXTonerGuageCell* cell() const { return cell_; }
+    // Escape and the window's own close button close it as "Close Print Options" does, so the
+    // week's box is stored either way.
+    void reject() override;
 
 signals:
     // An "Order Now" button asks for this page.

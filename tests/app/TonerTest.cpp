@@ -102,7 +102,7 @@ TEST(Toner, ClosingStoresOrClearsTheSilenceAndReloadsThePrinters) {
         TonerWindow* window = d.window()->tonerWindow;
         d.toner().offerTonerWindow(PropertyValue::array({printer("A", 5)}));
         window->weekCheckBox()->setChecked(c.ticked);
-        window->closeButton()->click();
+        window->reject();  // Escape, as the close button
         EXPECT_EQ(h.readUserFile(kPreferences), c.after)
             << h.readUserFile(kPreferences).description();
         EXPECT_FALSE(window->isVisible());

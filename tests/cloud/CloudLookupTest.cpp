@@ -18,8 +18,6 @@ protected:
         return NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
             configuration, returned, error);
     }
-    // The lookup is the only request an interface makes while being created.
-    PropertyValue lookupQuery() { return emulator.requests().at(0)["query"]; }
 };
 
 // The client version comes from the installer's file, else from the bundle; without one the
@@ -49,7 +47,8 @@ TEST_F(CloudLookupTest, QueryCarriesTheClientAndItsVersion) {
         EXPECT_TRUE(returned["serviceList"].isArray());
         EXPECT_EQ(fresh->communicationInterface()->kclientVersionMajorNum(), c.major);
         EXPECT_EQ(fresh->communicationInterface()->kclientVersionMinorNum(), c.minor);
-        EXPECT_EQ(lookupQuery(), PropertyValue(c.query));
+        // The lookup is the only request an interface makes while being created.
+        EXPECT_EQ(emulator.requests().at(0)["query"], PropertyValue(c.query));
     }
 }
 

@@ -27,12 +27,9 @@ void EmulatorFixture::SetUp() {
 }
 
 PropertyValue EmulatorFixture::sender(std::string_view extra) {
-    PropertyValue input = PropertyValue::dictionary(
-        {{"senderCountryCode", kCountryCode}, {"senderPhoneNumber", kPhoneNumber}});
-    const PropertyValue entries = fromJSON(extra);
-    if (entries.dictionaryPtr())
-        for (const auto& [key, value] : *entries.dictionaryPtr())
-            input.set(key, value);
+    PropertyValue input = fromJSON(extra);
+    input.set("senderCountryCode", kCountryCode);
+    input.set("senderPhoneNumber", kPhoneNumber);
     return input;
 }
 

@@ -298,6 +298,7 @@ TEST_F(PollingAgentTest, PrintsAPushedJobOnceWithItsOptionsAndReportsIt) {
     EXPECT_EQ(printedJobs().size(), 1u);
 }
 
+// The restarted agent is back to long polls when a second copy starts and SIGTERM comes.
 TEST_F(PollingAgentTest, AJobTheQueueRefusesWaitsOnDiskAndARestartPrintsIt) {
     auto agent = startAgent();
     ASSERT_EQ(std::system(("cupsreject " + std::string(kQueue)).c_str()), 0);
@@ -314,6 +315,10 @@ TEST_F(PollingAgentTest, AJobTheQueueRefusesWaitsOnDiskAndARestartPrintsIt) {
     ASSERT_TRUE(completedInEmulator(jobId)) << emulator_.jobs().description();
     EXPECT_EQ(printedJobs().size(), 1u);
     EXPECT_FALSE(fs::exists(file));
+    EXPECT_TRUE(AgentProcess().exitedCleanly(10s)) << "a second copy leaves quietly";
+    std::this_thread::sleep_for(1500ms);
+    agent->signal(SIGTERM);
+    EXPECT_TRUE(agent->exitedCleanly(5s)) << "SIGTERM ends it within 5 s";
 }
 
 TEST_F(PollingAgentTest, MalformedJobEntriesAreReportedAsFailedAndNeverPrinted) {
@@ -339,23 +344,11 @@ TEST_F(PollingAgentTest, MalformedJobEntriesAreReportedAsFailedAndNeverPrinted) 
         }
         return ids;
     };
-    EXPECT_TRUE(eventually(
-        [&] {
-            return failedReports() == std::set<std::int64_t>{5, 6, 7};
-        },
-        20s))
+    const std::set<std::int64_t> malformed = {5, 6, 7};
+    EXPECT_TRUE(eventually([&] { return failedReports() == malformed; }, 20s))
         << emulator_.requests().description();
     EXPECT_TRUE(printedJobs().empty());
     EXPECT_FALSE(fs::exists(home_.appSupportFolder() + "/escape"));
-}
-
-TEST_F(PollingAgentTest, OneInstanceAndAPromptExitOnSigterm) {
-    auto agent = startAgent();
-    registeredAgentId();
-    EXPECT_TRUE(AgentProcess().exitedCleanly(10s)) << "a second copy leaves quietly";
-    std::this_thread::sleep_for(1500ms);  // a long poll is under way by now
-    agent->signal(SIGTERM);
-    EXPECT_TRUE(agent->exitedCleanly(5s)) << "SIGTERM ends it within 5 s";
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <cstdlib>
 #include <limits>
 #include <string>
+#include <tuple>
 
 #include "Configuration.h"
 #include "PropertyValue.h"
@@ -69,24 +70,21 @@ TEST(PropertyValue, TypedAccessorsReportAbsenceOnWrongType) {
 TEST(PropertyValue, NumberConversionsRespectRange) {
     const auto max64 = std::numeric_limits<std::int64_t>::max();
     const auto maxU64 = std::numeric_limits<std::uint64_t>::max();
-    const struct {
-        PropertyValue value;
-        std::optional<std::int64_t> integer;
-        std::optional<std::uint64_t> unsignedInteger;
-    } cases[] = {
-        {-5, -5, std::nullopt},
-        {maxU64, std::nullopt, maxU64},
-        {std::uint64_t(max64), max64, std::uint64_t(max64)},
-        {2.9, 2, 2},
-        {-2.9, -2, std::nullopt},
-        {9.3e18, std::nullopt, 9300000000000000000ULL},
-        {1e300, std::nullopt, std::nullopt},
-        {std::numeric_limits<double>::quiet_NaN(), std::nullopt, std::nullopt},
-        {true, 1, 1},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(c.value.integer(), c.integer) << c.value.description();
-        EXPECT_EQ(c.value.unsignedInteger(), c.unsignedInteger) << c.value.description();
+    const std::tuple<PropertyValue, std::optional<std::int64_t>, std::optional<std::uint64_t>>
+        cases[] = {
+            {-5, -5, std::nullopt},
+            {maxU64, std::nullopt, maxU64},
+            {std::uint64_t(max64), max64, std::uint64_t(max64)},
+            {2.9, 2, 2},
+            {-2.9, -2, std::nullopt},
+            {9.3e18, std::nullopt, 9300000000000000000ULL},
+            {1e300, std::nullopt, std::nullopt},
+            {std::numeric_limits<double>::quiet_NaN(), std::nullopt, std::nullopt},
+            {true, 1, 1},
+        };
+    for (const auto& [value, integer, unsignedInteger] : cases) {
+        EXPECT_EQ(value.integer(), integer) << value.description();
+        EXPECT_EQ(value.unsignedInteger(), unsignedInteger) << value.description();
     }
 }
 
@@ -139,11 +137,7 @@ TEST(DictionaryHelpers, SetObjectFromDictionaryCopiesOnlyPresentValues) {
 
 TEST(DictionaryHelpers, VerifyIfObjectIsOfType) {
     // Numbers and booleans pass as each other; empty values never pass.
-    const struct {
-        PropertyValue value;
-        Type type;
-        bool expected;
-    } cases[] = {
+    const std::tuple<PropertyValue, Type, bool> cases[] = {
         {"x", Type::String, true},
         {"", Type::String, false},
         {1, Type::String, false},
@@ -156,16 +150,13 @@ TEST(DictionaryHelpers, VerifyIfObjectIsOfType) {
         {Bytes{}, Type::Data, false},
         {Date{}, Type::Date, false},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(VerifyIfObjectIsOfType(c.value, c.type), c.expected)
-            << c.value.description() << " as " << typeName(c.type);
+    for (const auto& [value, type, expected] : cases)
+        EXPECT_EQ(VerifyIfObjectIsOfType(value, type), expected)
+            << value.description() << " as " << typeName(type);
 }
 
 TEST(Utf8, ValidationAndSafeString) {
-    const struct {
-        std::string bytes;
-        bool valid;
-    } cases[] = {
+    const std::pair<std::string, bool> cases[] = {
         {"plain", true},
         {"\xc3\xa9", true},           // é
         {"\xf0\x9f\x96\xa8", true},   // printer emoji
@@ -178,9 +169,9 @@ TEST(Utf8, ValidationAndSafeString) {
         {"a\x80", false},
         {std::string("nul\0inside", 10), true},
     };
-    for (const auto& c : cases) {
-        EXPECT_EQ(isValidUtf8(c.bytes), c.valid) << testing::PrintToString(c.bytes);
-        EXPECT_EQ(SafeStringFromNSData(c.bytes), c.valid ? c.bytes : "");
+    for (const auto& [bytes, valid] : cases) {
+        EXPECT_EQ(isValidUtf8(bytes), valid) << testing::PrintToString(bytes);
+        EXPECT_EQ(SafeStringFromNSData(bytes), valid ? bytes : "");
     }
     EXPECT_EQ(SafeStringFromNSData(static_cast<const Bytes*>(nullptr)), "");
     const Bytes bytes{'o', 'k'};

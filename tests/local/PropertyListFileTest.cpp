@@ -82,10 +82,7 @@ TEST_F(PropertyListFileTest, RoundTripKeepsEveryTypeAndRefusesTheUnwritable) {
 }
 
 TEST_F(PropertyListFileTest, NumbersAreReadExactly) {
-    const struct {
-        const char* element;
-        std::optional<PropertyValue> expected;
-    } cases[] = {
+    const std::pair<const char*, std::optional<PropertyValue>> cases[] = {
         {"<integer>010</integer>", PropertyValue(10)},
         {"<integer> +42\n</integer>", PropertyValue(42)},
         {"<integer>-9223372036854775808</integer>", PropertyValue(Limits::min())},
@@ -98,9 +95,9 @@ TEST_F(PropertyListFileTest, NumbersAreReadExactly) {
         {"<real>+0.25</real>", PropertyValue(0.25)},
         {"<real>1,5</real>", std::nullopt},
     };
-    for (const auto& c : cases) {
-        const auto v = readBytes(std::string("<plist><array>") + c.element + "</array></plist>");
-        EXPECT_EQ(v ? std::optional(v->at(0)) : std::nullopt, c.expected) << c.element;
+    for (const auto& [element, expected] : cases) {
+        const auto v = readBytes(std::string("<plist><array>") + element + "</array></plist>");
+        EXPECT_EQ(v ? std::optional(v->at(0)) : std::nullopt, expected) << element;
     }
 }
 

@@ -7,6 +7,7 @@
 #include <QTest>
 #include <QToolButton>
 #include <filesystem>
+#include <tuple>
 
 #include "NBXCodeFormatter.h"
 #include "NBXImages.h"
@@ -26,12 +27,8 @@ QString bracketed(const QString& key) {
 
 TEST(PrinterCell, EachStyleShowsItsImageAndLines) {
     test::qtApp();
-    struct {
-        QString type;
-        QString image;
-        QString subTitle;  // as shown, after the look-up
-        bool header;
-    } const cases[] = {
+    // Type, image, the sub-title as shown after the look-up, and whether it is a header.
+    const std::tuple<QString, QString, QString, bool> cases[] = {
         {"Printer", "icon_printer", "Model A", false},
         {"PaymentPrinter", "icon_printer_pay", "Model A", false},
         {"PostOffice", "icon_post-office", "[Post Office Printing &amp; Delivery Service]", false},
@@ -40,13 +37,14 @@ TEST(PrinterCell, EachStyleShowsItsImageAndLines) {
         {"TitleMyPrinter", "", "", true},
         {"TitleFriendPrinter", "", "", true},
     };
-    for (const auto& c : cases) {
+    for (const auto& [type, image, subTitle, header] : cases) {
         NBXPrinterCell cell(bracketed);
-        cell.setCellType(c.type, "Title", "Model A", 3);
-        EXPECT_EQ(cell.imageKey(), c.image) << c.type.toStdString();
-        EXPECT_EQ(cell.isHeader(), c.header);
-        EXPECT_EQ(cell.subTitle(), c.subTitle) << c.type.toStdString();
-        EXPECT_EQ(!cell.addButton()->isHidden(), c.type == "TitleMyPrinter");
+        cell.setCellType(type, "Title", "Model A", 3);
+        SCOPED_TRACE(type.toStdString());
+        EXPECT_EQ(cell.imageKey(), image);
+        EXPECT_EQ(cell.isHeader(), header);
+        EXPECT_EQ(cell.subTitle(), subTitle);
+        EXPECT_EQ(!cell.addButton()->isHidden(), type == "TitleMyPrinter");
     }
 }
 
@@ -156,29 +154,6 @@ TEST(CodeFormatter, AcceptsOnlyDigitsUpToTheLimitAndPublishesAcceptedEdits) {
     }
 }
 
-TEST(CodeFormatter, DropsLeadingZerosAndPassesTheCondition) {
-    const struct {
-        Field field;
-        QString typed, value;
-        bool enabled;
-    } cases[] = {
-        {Field::Country, "0082", "82", true},       {Field::Country, "000", "", false},
-        {Field::Phone, "00101234", "101234", true}, {Field::Phone, "0", "", false},
-        {Field::Phone, "1020", "1020", true},       {Field::Certificate, "0123", "123", true},
-        {Field::Certificate, "00", "", false},
-    };
-    for (const auto& c : cases) {
-        Fixture f(c.field);
-        // The other field of the send button counts as filled, so this one alone decides.
-        f.send.setEnableFromSec(c.field == Field::Country);
-        f.send.setEnableFromFirst(c.field == Field::Phone);
-        EXPECT_EQ(f.formatter->getObjectValue(c.typed), c.value);
-        const QAbstractButton& button =
-            c.field == Field::Certificate ? static_cast<QAbstractButton&>(f.plain) : f.send;
-        EXPECT_EQ(button.isEnabled(), c.enabled) << c.typed.toStdString();
-    }
-}
-
 TEST(CodeFormatter, RealFieldsRefuseKeysAndShowTheValueWithoutLeadingZeros) {
     Fixture country(Field::Country), phone(Field::Phone);
     QLineEdit code, number;
@@ -192,22 +167,23 @@ TEST(CodeFormatter, RealFieldsRefuseKeysAndShowTheValueWithoutLeadingZeros) {
     EXPECT_EQ(number.text(), "10");
 }
 
-// The send button needs both the country code and the phone number.
-TEST(SendButton, EnabledExactlyWhileBothFieldsHoldACode) {
+// Leading zeros are dropped; the send button needs both the country code and the phone
+// number, the certificate field alone drives its plain button.
+TEST(CodeFormatter, DropsLeadingZerosAndEnablesItsButton) {
     Fixture country(Field::Country);
-    NBXCodeFormatter phone(&country.send);
+    NBXCodeFormatter phone(&country.send), certificate(0, &country.plain);
     NBXCodeFormatter* code = country.formatter.get();
-    const struct {
-        NBXCodeFormatter* field;
-        QString typed;
-        bool enabled;
-    } steps[] = {
-        {code, "82", false}, {&phone, "0101", true}, {&phone, "000", false},
-        {&phone, "5", true}, {code, "0", false},
+    const std::tuple<NBXCodeFormatter*, QString, QString, bool> steps[] = {
+        {code, "0082", "82", false},     {&phone, "00101234", "101234", true},
+        {&phone, "0", "", false},        {&phone, "1020", "1020", true},
+        {code, "000", "", false},        {code, "44", "44", true},
+        {&certificate, "00", "", false}, {&certificate, "0123", "123", true},
     };
-    for (const auto& step : steps) {
-        step.field->getObjectValue(step.typed);
-        EXPECT_EQ(country.send.isEnabled(), step.enabled) << step.typed.toStdString();
+    for (const auto& [field, typed, value, enabled] : steps) {
+        EXPECT_EQ(field->getObjectValue(typed), value);
+        const QAbstractButton& button =
+            field == &certificate ? static_cast<QAbstractButton&>(country.plain) : country.send;
+        EXPECT_EQ(button.isEnabled(), enabled) << typed.toStdString();
     }
 }
 

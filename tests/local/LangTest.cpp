@@ -118,9 +118,7 @@ TEST_F(LangFiles, LookUpsFallBackToTheKey) {
 }
 
 TEST(LangControllerLocale, ReadsTheFirstSetVariable) {
-    const struct {
-        const char *all, *messages, *lang, *expected;
-    } cases[] = {
+    const std::tuple<const char*, const char*, const char*, const char*> cases[] = {
         {"de_DE.UTF-8", "fr_FR", "ko_KR", "de_DE"}, {"", "fr_FR.UTF-8", "ko_KR", "fr_FR"},
         {nullptr, nullptr, "ko_KR.UTF-8", "ko_KR"}, {nullptr, nullptr, "de_DE@euro", "de_DE"},
         {"C", "fr_FR", nullptr, "en_US"},           {nullptr, "POSIX", "de_DE", "en_US"},
@@ -129,10 +127,10 @@ TEST(LangControllerLocale, ReadsTheFirstSetVariable) {
     const auto value = [](const char* v) {
         return v ? std::optional<std::string>(v) : std::nullopt;
     };
-    for (const auto& c : cases) {
-        ScopedEnv all("LC_ALL", value(c.all)), messages("LC_MESSAGES", value(c.messages)),
-            lang("LANG", value(c.lang));
-        EXPECT_EQ(LangController::processLocale(), c.expected) << c.expected;
+    for (const auto& [all, messages, lang, expected] : cases) {
+        ScopedEnv allSet("LC_ALL", value(all)), messagesSet("LC_MESSAGES", value(messages)),
+            langSet("LANG", value(lang));
+        EXPECT_EQ(LangController::processLocale(), expected) << expected;
     }
 }
 

@@ -96,8 +96,13 @@ TEST_F(StateFilesTest, WritersKeepTheOtherKeysInTheirForms) {
 TEST_F(StateFilesTest, AccountValuesAreEncipheredAndListsKeepRecords) {
     ASSERT_TRUE(S::setEncryptedAccountValue("accessToken", "secret"));
     EXPECT_FALSE(S::setEncryptedAccountValue("ValmoraAccountID", ""));
-    EXPECT_TRUE(read(S::kAccountFile)["accessToken"].isData());
     EXPECT_EQ(read(S::kAccountFile).size(), 1u);
+    EXPECT_EQ(NBXUtility::valmoraAccessToken(), "secret");
+    // The token is read only from enciphered data.
+    for (const PropertyValue& token : {PropertyValue("secret"), PropertyValue(Bytes(16, 1))}) {
+        write(S::kAccountFile, Dict::dictionary({{"accessToken", token}}));
+        EXPECT_FALSE(NBXUtility::valmoraAccessToken()) << token.description();
+    }
 
     const PropertyArray agents{Dict::dictionary({{"agentType", "TitleMyPrinter"}})};
     S::setAgentList(agents);
@@ -188,18 +193,6 @@ TEST_F(StateFilesTest, ReturnAuthInfo) {
     for (const auto& [file, expected] : cases) {
         writePropertyListFile(Auth::myInfoPath(), file);
         EXPECT_EQ(Auth::returnAuthInfo(), expected) << file.description();
-    }
-}
-
-TEST_F(StateFilesTest, AccessTokenIsReadOnlyFromEncipheredData) {
-    const std::pair<PropertyValue, std::optional<std::string>> cases[] = {
-        {Dict::dictionary({{"accessToken", *dataByAESEncryption("tok")}}), "tok"},
-        {Dict::dictionary({{"accessToken", "tok"}}), std::nullopt},
-        {Dict::dictionary({{"accessToken", Bytes(16, 1)}}), std::nullopt},
-    };
-    for (const auto& [file, expected] : cases) {
-        writePropertyListFile(home.appSupportFolder() + "/va.plist", file);
-        EXPECT_EQ(NBXUtility::valmoraAccessToken(), expected) << file.description();
     }
 }
 

@@ -17,6 +17,8 @@
 #include "NBXSendButton.h"
 #include "NBXTextFieldFormatter.h"
 #include "QtTestApp.h"
+#include "ScopedEnv.h"
+#include "TempHome.h"
 
 namespace nbx {
 namespace {
@@ -78,17 +80,16 @@ TEST(RefreshView, CoversItsParentAsItResizes) {
 
 TEST(Images, FlagsComeFromTheFlagFolderAndAMissingOneShowsNothing) {
     test::qtApp();
-    const auto folder =
-        std::filesystem::temp_directory_path() / ("nbx-flags-" + std::to_string(::getpid()));
-    std::filesystem::create_directories(folder);
-    QImage(16, 11, QImage::Format_RGB32).save(QString::fromStdString((folder / "kr.png").string()));
-    setenv("NBX_FLAGS_FOLDER", folder.c_str(), 1);
+    const test::TempHome home;
+    const test::ScopedEnv folder("NBX_FLAGS_FOLDER", home.path() + "/flags");
+    std::filesystem::create_directories(home.path() + "/flags");
+    // A flag beside the folder too, so that "../kr" would find one.
+    for (const std::string at : {"/flags/kr.png", "/kr.png"})
+        QImage(16, 11, QImage::Format_RGB32).save(QString::fromStdString(home.path() + at));
     EXPECT_FALSE(NBXImages::flag("KR").isNull());
     EXPECT_FALSE(NBXImages::flag("kr").isNull());
     EXPECT_TRUE(NBXImages::flag("zz").isNull());
     EXPECT_TRUE(NBXImages::flag("../kr").isNull());
-    unsetenv("NBX_FLAGS_FOLDER");
-    std::filesystem::remove_all(folder);
 }
 
 // The code fields as the screens make them: country code (with a popup of three countries)
@@ -189,17 +190,15 @@ TEST(CodeFormatter, DropsLeadingZerosAndEnablesItsButton) {
 
 TEST(TextFieldFormatter, LimitsLengthAndEnablesOnNonBlankText) {
     test::qtApp();
-    const struct {
-        QString text;
-        bool accepted, enabled;
-    } cases[] = {{"", true, false},     {"   ", true, false},    {" a ", true, true},
-                 {"12345", true, true}, {"123456", false, true}, {"é漢字", true, true}};
+    const std::tuple<QString, bool, bool> cases[] = {
+        {"", true, false},     {"   ", true, false},    {" a ", true, true},
+        {"12345", true, true}, {"123456", false, true}, {"é漢字", true, true}};
     QPushButton ok;
     NBXTextFieldFormatter formatter(5, &ok);
-    for (const auto& c : cases) {
-        EXPECT_EQ(formatter.isPartialStringValid(c.text), c.accepted) << c.text.toStdString();
-        EXPECT_EQ(formatter.getObjectValue(c.text), c.text);
-        EXPECT_EQ(ok.isEnabled(), c.enabled) << c.text.toStdString();
+    for (const auto& [text, accepted, enabled] : cases) {
+        EXPECT_EQ(formatter.isPartialStringValid(text), accepted) << text.toStdString();
+        EXPECT_EQ(formatter.getObjectValue(text), text);
+        EXPECT_EQ(ok.isEnabled(), enabled) << text.toStdString();
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <QLabel>
 #include <QListWidget>
+#include <tuple>
 
 #include "NBXPrinterCell.h"
 #include "NBXTonerGuageCell.h"
@@ -71,16 +72,14 @@ TEST(TonerGuageCell, MonoPrinterShowsOnlyTheBlackGauge) {
 }
 
 TEST(PrinterCell, FriendPrinterTitleUsesTheNamesThatAreNotBlank) {
-    struct {
-        QString first, last, title;
-    } const cases[] = {
+    const std::tuple<QString, QString, QString> cases[] = {
         {" Ana\n", "Lee\t", "Ana Lee's (Full Name) Printer"},
         {"Ana", " \r\n", "Ana's (First Name Only) Printer"},
         {"", " Lee ", "Lee's (Last Name Only) Printer"},
         {"  ", "\n", "Friend's (No Name) Printer"},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(NBXPrinterCell::friendPrinterTitle(asKey, c.first, c.last), c.title);
+    for (const auto& [first, last, title] : cases)
+        EXPECT_EQ(NBXPrinterCell::friendPrinterTitle(asKey, first, last), title);
 }
 
 }  // namespace

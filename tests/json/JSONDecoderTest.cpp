@@ -171,18 +171,13 @@ TEST(Decoder, FindsSpecialBytesAtEveryOffset) {
     }
 }
 
+// The encoder writes records in their order, which shows the order decoding kept.
 TEST(Decoder, DocumentsKeepOrderAndTheLastDuplicateWins) {
-    const std::string text =
-        " \t\r\n{\"b\":1, \"a\":[true,null,{}],\r\n \"b\":\"two\", \"\":[]} \n";
-    const Bytes body(text.begin(), text.end());
-    const auto doc = objectFromJSONData(&body);
+    const auto doc =
+        objectFromJSONData(" \t\r\n{\"b\":1, \"a\":[true,null,{}],\r\n \"b\":\"two\", \"\":[]} \n");
     ASSERT_TRUE(doc);
-    std::vector<std::string> keys;
-    for (const auto& [key, value] : *doc->dictionaryPtr())
-        keys.push_back(key);
-    EXPECT_EQ(keys, (std::vector<std::string>{"b", "a", ""}));
-    EXPECT_EQ((*doc)["b"], PropertyValue("two"));
-    EXPECT_EQ((*doc)["a"], PropertyValue::array({true, nullptr, PropertyValue::dictionary()}));
+    EXPECT_EQ(JKSerializer::serializeObject(*doc, nullptr),
+              R"({"b":"two","a":[true,null,{}],"":[]})");
 }
 
 TEST(Decoder, NestingIsBoundedWithoutExhaustingTheStack) {

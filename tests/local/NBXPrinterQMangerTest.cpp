@@ -88,11 +88,6 @@ TEST(Backend, ExitsAsTheSchedulerExpects) {
 
 class PrintQueueTest : public test::PrivateCupsdTest {
 protected:
-    void SetUp() override {
-        PrivateCupsdTest::SetUp();
-        if (IsSkipped()) return;
-        ASSERT_TRUE(fs::exists(kBuiltPpd)) << kBuiltPpd;
-    }
     void TearDown() override {
         if (!IsSkipped()) run("/usr/sbin/lpadmin -x _Nimbrix_");
     }

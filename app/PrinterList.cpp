@@ -56,71 +56,82 @@ void PrinterList::connectWindow(MainWindow* w) {
     });
 }
 
-bool PrinterList::callCloud(const std::string& startLine, Operation operation,
-                            const PropertyValue& request, PropertyValue* answer, Failure failure) {
+PrinterList::CloudAnswer PrinterList::callCloud(const std::string& startLine, Operation operation,
+                                                const PropertyValue& request) {
     app_.log(startLine);
+    CloudAnswer answer;
     PropertyValue returned, error;
     const SenderIdentity user = app_.shared().arrGetuserInfo.get();
     const auto cloud = NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
         PropertyValue::dictionary({{"Debug", true}}), nullptr, &error);
-    bool success = false;
+    answer.reached = cloud != nullptr;
     if (cloud && user) {
         PropertyValue input = PropertyValue::dictionary(
             {{"senderCountryCode", (*user)[0]}, {"senderPhoneNumber", (*user)[1]}});
         for (const auto& [key, value] : *request.dictionaryPtr())
             input.set(key, value);
-        success = ((*cloud).*operation)(input, &returned, &error) &&
-                  !returned["success"].isNull() && returned["errorCode"].isNull();
-    }
-    if (!cloud && failure != Failure::Log) {
-        // No service at all: say so plainly rather than as a service error.
-        app_.log("ErrorInformation : " + error.description());
-        app_.showOnlyAlertMSG("Connection failed.");
-        return false;
+        answer.success = ((*cloud).*operation)(input, &returned, &error) &&
+                         !returned["success"].isNull() && returned["errorCode"].isNull();
     }
     if (!returned.isNull()) app_.log("ReturnedInformation : " + returned.description());
     if (!error.isNull()) app_.log("ErrorInformation : " + error.description());
-    if (answer) *answer = success || error.isNull() ? returned : error;
-    const PropertyValue code =
-        returned["errorCode"].isNull() ? error["errorCode"] : returned["errorCode"];
-    if (success || code.isNull() || failure == Failure::Log) return success;
-    app_.onMainThread([this, code, failure] {
-        if (failure == Failure::Manage) {
-            app_.manageErrCode(code);
+    answer.information = answer.success || error.isNull() ? returned : error;
+    if (!answer.success) {
+        answer.errorCode =
+            returned["errorCode"].isNull() ? error["errorCode"] : returned["errorCode"];
+    }
+    return answer;
+}
+
+void PrinterList::reportFailure(const CloudAnswer& answer, bool manage) {
+    if (answer.success) return;
+    if (!answer.reached) {
+        // No service at all: say so plainly rather than as a service error.
+        NBXConnectManger::runAlertMSG("Connection failed.", app_.alertContext());
+    } else if (!answer.errorCode.isNull()) {
+        if (manage) {
+            app_.manageErrCode(answer.errorCode);
         } else {
-            NBXConnectManger::runAlertPanel(code, app_.alertContext());
+            NBXConnectManger::runAlertPanel(answer.errorCode, app_.alertContext());
         }
-    });
-    return false;
+    }
 }
 
 bool PrinterList::getAgentQuantity() {
-    PropertyValue answer;
-    const bool success = callCloud("Cloud API - Get agent quantity",
-                                   &NBXCloudInterface::requestToGetUserAgentQuantity,
-                                   PropertyValue::dictionary(), &answer, Failure::Log);
-    dicGetAgentQuantity.set(success ? answer["user"] : PropertyValue());
-    return success;
+    const CloudAnswer answer =
+        callCloud("Cloud API - Get agent quantity",
+                  &NBXCloudInterface::requestToGetUserAgentQuantity, PropertyValue::dictionary());
+    dicGetAgentQuantity.set(answer.success ? answer.information["user"] : PropertyValue());
+    return answer.success;
 }
 
 bool PrinterList::getAgentPrinterList() {
-    PropertyValue answer;
-    const bool success =
+    const CloudAnswer answer =
         callCloud("Cloud API - Get agent printer list", &NBXCloudInterface::getAgentInformation,
-                  PropertyValue::dictionary(), &answer, Failure::Manage);
-    const PropertyValue own = arrayOr(success ? answer["agentList"] : PropertyValue());
-    const PropertyValue friends = arrayOr(success ? answer["friendAgentList"] : PropertyValue());
+                  PropertyValue::dictionary());
+    const PropertyValue& info = answer.success ? answer.information : PropertyValue::null();
+    const PropertyValue own = arrayOr(info["agentList"]);
+    const PropertyValue friends = arrayOr(info["friendAgentList"]);
     nPrinterCount = static_cast<int>(own.size() + friends.size());
     nFriendCount = static_cast<int>(friends.size());
     const int agentCount =
         static_cast<int>(dicGetAgentQuantity.get()["agentCount"].integer().value_or(0));
     const PropertyValue rows = arrangeAgentRows(own, friends, agentCount);
     app_.shared().arrSaveAgentList.set(rows);
-    StateFiles::setAgentList(*rows.arrayPtr());
     app_.log("Registered printer count : " + std::to_string(nPrinterCount));
+    if (!answer.success) {
+        // The error's handling may drop the file first; the markers are written after it.
+        app_.onMainThread([this, answer, rows] {
+            reportFailure(answer, true);
+            StateFiles::setAgentList(*rows.arrayPtr());
+        });
+        bFirstShow = false;
+        return false;
+    }
+    StateFiles::setAgentList(*rows.arrayPtr());
     // After the write, so the offer sees this list rather than the one of the last run.
     offerToner();
-    return success;
+    return true;
 }
 
 void PrinterList::offerToner() {
@@ -158,7 +169,7 @@ void PrinterList::refreshPrinter() {
             app_.onMainThread([this] { setPlusbtn(false); });
         }
     }
-    if (!getAgentPrinterList()) bFirstShow = false;
+    getAgentPrinterList();
 }
 
 bool PrinterList::getSupportCapabilitySelectPrinter() {
@@ -184,22 +195,21 @@ bool PrinterList::getSupportCapabilitySelectPrinter() {
     const bool shared = !agent["friendUserId"].isNull();
     request.set("isSharedDevice", shared ? 1 : 0);
     if (shared) request.set("friendUserId", agent["friendUserId"]);
-    PropertyValue answer;
-    const bool success = callCloud("Cloud API - Get support capability",
-                                   &NBXCloudInterface::getSupportedCapabilityListForAgent, request,
-                                   &answer, Failure::Log);
+    const CloudAnswer answer =
+        callCloud("Cloud API - Get support capability",
+                  &NBXCloudInterface::getSupportedCapabilityListForAgent, request);
     PropertyValue list = app_.shared().arrSaveAgentList.get();
-    if (success && *match < list.size()) {
+    if (answer.success && *match < list.size()) {
         PropertyValue merged = agent;
-        for (const auto& [key, value] : *answer.dictionaryPtr())
+        for (const auto& [key, value] : *answer.information.dictionaryPtr())
             merged.set(key, value);
         (*list.arrayPtr())[*match] = std::move(merged);
         app_.shared().arrSaveAgentList.set(list);
-    } else if (!success) {
-        app_.log("getSupportedCapability err : " + answer.description());
+    } else if (!answer.success) {
+        app_.log("getSupportedCapability err : " + answer.information.description());
     }
     StateFiles::setAgentList(*list.arrayPtr());
-    return success;
+    return answer.success;
 }
 
 void PrinterList::setPlusbtn(bool enable) {
@@ -243,16 +253,14 @@ void PrinterList::updateAgentAlias(const std::string& alias) {
         {{"agentId", getSelectedRowInfo()["AgentId"]}, {"agentAlias", alias}});
     app_.inBackground(
         [this, request] {
-            PropertyValue answer;
-            const bool success =
-                callCloud("Cloud API - Update alias", &NBXCloudInterface::updateAgentAlias, request,
-                          &answer, Failure::Alert);
-            return std::pair{success, answer};
+            return callCloud("Cloud API - Update alias", &NBXCloudInterface::updateAgentAlias,
+                             request);
         },
-        [this, row, alias](std::pair<bool, PropertyValue> result) {
+        [this, row, alias](const CloudAnswer& answer) {
             auto list = StateFiles::agentList();
-            if (!result.first) {
-                app_.log("updateAgentAlias err : " + result.second.description());
+            if (!answer.success) {
+                app_.log("updateAgentAlias err : " + answer.information.description());
+                reportFailure(answer, false);
             } else if (list && row >= 0 && static_cast<std::size_t>(row) < list->size()) {
                 (*list)[row].set("agentAlias", alias);
                 app_.shared().arrSaveAgentList.set(*list);
@@ -270,16 +278,14 @@ void PrinterList::requestToReleaseAgent() {
         {{"agentId", PropertyValue::array({getSelectedRowInfo()["AgentId"]})}});
     app_.inBackground(
         [this, request] {
-            PropertyValue answer;
-            const bool success =
-                callCloud("Cloud API - Release agent", &NBXCloudInterface::requestToReleaseAgent,
-                          request, &answer, Failure::Alert);
-            return std::pair{success, answer};
+            return callCloud("Cloud API - Release agent", &NBXCloudInterface::requestToReleaseAgent,
+                             request);
         },
-        [this, row](std::pair<bool, PropertyValue> result) {
+        [this, row](const CloudAnswer& answer) {
             PropertyValue list = app_.shared().arrSaveAgentList.get();
-            if (!result.first) {
-                app_.log("requestToReleaseAgent err : " + result.second.description());
+            if (!answer.success) {
+                app_.log("requestToReleaseAgent err : " + answer.information.description());
+                reportFailure(answer, false);
             } else if (row >= 0 && static_cast<std::size_t>(row) < list.size()) {
                 list.arrayPtr()->erase(list.arrayPtr()->begin() + row);
                 app_.shared().arrSaveAgentList.set(list);

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <atomic>
-#include <functional>
 #include <string>
 
 #include "PropertyValue.h"
@@ -57,14 +56,21 @@ public:
 private:
     using Operation = bool (NBXCloudInterface::*)(const PropertyValue&, PropertyValue*,
                                                   PropertyValue*);
-    // Where a failed call's error code goes: the error handling of the list, an alert only
-    // (rename and unlink must not end a print launch), or the log.
-    enum class Failure { Manage, Alert, Log };
+    struct CloudAnswer {
+        bool success = false;
+        // An interface to the service could be made.
+        bool reached = false;
+        // The returned information, or the error information of a failure.
+        PropertyValue information;
+        PropertyValue errorCode;
+    };
     // One cloud exchange as every call here makes it: a fresh interface, the sender's phone
-    // first, success only with "success" and no "errorCode". `answer` gets the returned
-    // information, or the error information of a failure.
-    bool callCloud(const std::string& startLine, Operation operation, const PropertyValue& request,
-                   PropertyValue* answer, Failure failure);
+    // first, success only with "success" and no "errorCode".
+    CloudAnswer callCloud(const std::string& startLine, Operation operation,
+                          const PropertyValue& request);
+    // Main thread: a failure told to the user, through the list's error handling when
+    // `manage`, else as an alert only (rename and unlink must not end a print launch).
+    void reportFailure(const CloudAnswer& answer, bool manage);
     void offerToner();
 
     AppDelegate& app_;

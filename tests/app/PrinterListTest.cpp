@@ -164,23 +164,27 @@ TEST_F(PrinterListTest, PlusButtonFollowsTheAgentLimit) {
     }
 }
 
-// A failed list still leaves the marker rows; its error code reaches the alerts.
+// A failed list still leaves the marker rows, also after an error whose handling drops the
+// file; its error code reaches the alerts.
 TEST_F(PrinterListTest, FailedListKeepsTheMarkersAndAlerts) {
-    refreshed(PropertyValue::array());
-    emulator.seed(dict({{"agents", PropertyValue::array({agent("pc", "PC_AGENT", "Desk", "")})}}));
-    emulator.injectFault(dict({{"path", "/printmgtsvc/agent"},
-                               {"status", 500},
-                               {"body", R"({"errorCode":"61001","errorDesc":"down"})"}}));
-    AppHarness fresh;
-    fresh.signIn("82", "101234");
-    AppDelegate& d = fresh.launch();
-    d.printers().refreshPrinter();
-    AppHarness::drainEvents();
-    EXPECT_EQ(types(fresh.readUserFile("AgentPL.plist")),
-              (std::vector<std::string>{"My Drive", "TitleMyPrinter"}));
-    ASSERT_EQ(fresh.alerts->shown.size(), 1u);
-    EXPECT_NE(fresh.alerts->texts()[0].find("61001"), std::string::npos);
-    EXPECT_FALSE(d.printers().bFirstShow);
+    refreshed(PropertyValue::array({agent("pc", "PC_AGENT", "Desk", "")}));
+    for (const auto& [code, alerts] : {std::pair{"61001", 1u}, {"13002", 0u}}) {
+        SCOPED_TRACE(code);
+        emulator.injectFault(dict({{"path", "/printmgtsvc/agent"},
+                                   {"status", 500},
+                                   {"times", 1},
+                                   {"body", std::string(R"({"errorCode":")") + code + "\"}"}}));
+        AppHarness fresh;
+        fresh.signIn("82", "101234");
+        AppDelegate& d = fresh.launch();
+        d.printers().refreshPrinter();
+        AppHarness::drainEvents();
+        EXPECT_EQ(types(fresh.readUserFile("AgentPL.plist")),
+                  (std::vector<std::string>{"My Drive", "TitleMyPrinter"}));
+        ASSERT_EQ(fresh.alerts->shown.size(), alerts);
+        if (alerts) EXPECT_NE(fresh.alerts->texts()[0].find(code), std::string::npos);
+        EXPECT_FALSE(d.printers().bFirstShow);
+    }
 }
 
 TEST(PrinterNames, RenameCutsCollapsesAndMakesUnique) {

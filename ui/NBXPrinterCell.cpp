@@ -76,14 +76,23 @@ QString NBXPrinterCell::friendPrinterTitle(const Localizer& localizer, const QSt
                                            const QString& lastName) {
     const QString first = firstName.trimmed();
     const QString last = lastName.trimmed();
-    if (!first.isEmpty() && !last.isEmpty()) {
-        return localizer("%1% %2%'s (Full Name) Printer")
-            .replace("%1%", first)
-            .replace("%2%", last);
+    const char* key = !first.isEmpty() && !last.isEmpty() ? "%1% %2%'s (Full Name) Printer"
+                      : !first.isEmpty()                  ? "%1%'s (First Name Only) Printer"
+                      : !last.isEmpty()                   ? "%2%'s (Last Name Only) Printer"
+                                                          : "Friend's (No Name) Printer";
+    // One pass, so a name that looks like a placeholder stays as it is.
+    const QString text = localizer(key);
+    QString title;
+    for (int i = 0; i < text.size();) {
+        const QStringView piece = QStringView(text).mid(i, 3);
+        if (piece == u"%1%" || piece == u"%2%") {
+            title += piece == u"%1%" ? first : last;
+            i += 3;
+        } else {
+            title += text[i++];
+        }
     }
-    if (!first.isEmpty()) return localizer("%1%'s (First Name Only) Printer").replace("%1%", first);
-    if (!last.isEmpty()) return localizer("%2%'s (Last Name Only) Printer").replace("%2%", last);
-    return localizer("Friend's (No Name) Printer");
+    return title;
 }
 
 void NBXPrinterCell::setCellType(const QString& type, const QString& title, const QString& subTitle,

@@ -77,6 +77,7 @@ TEST(PrinterCell, FriendPrinterTitleUsesTheNamesThatAreNotBlank) {
         {"Ana", " \r\n", "Ana's (First Name Only) Printer"},
         {"", " Lee ", "Lee's (Last Name Only) Printer"},
         {"  ", "\n", "Friend's (No Name) Printer"},
+        {"%2%", "Lee", "%2% Lee's (Full Name) Printer"},
     };
     for (const auto& [first, last, title] : cases)
         EXPECT_EQ(NBXPrinterCell::friendPrinterTitle(asKey, first, last), title);

@@ -140,6 +140,7 @@ void AppDelegate::connectWindow() {
     toner_->connectWindow(w);
     printers_->connectWindow(w);
     printerActions_->connectWindow(w);
+    settings_->connectWindow(w);
 }
 
 }  // namespace nbx

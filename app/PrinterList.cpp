@@ -6,6 +6,7 @@
 #include <QString>
 
 #include "AppDelegate.h"
+#include "CloudCall.h"
 #include "MainWindow.h"
 #include "NBXCloudInterface.h"
 #include "PhoneEntry.h"
@@ -56,33 +57,6 @@ void PrinterList::connectWindow(MainWindow* w) {
     });
 }
 
-PrinterList::CloudAnswer PrinterList::callCloud(const std::string& startLine, Operation operation,
-                                                const PropertyValue& request) {
-    app_.log(startLine);
-    CloudAnswer answer;
-    PropertyValue returned, error;
-    const SenderIdentity user = app_.shared().arrGetuserInfo.get();
-    const auto cloud = NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
-        PropertyValue::dictionary({{"Debug", true}}), nullptr, &error);
-    answer.reached = cloud != nullptr;
-    if (cloud && user) {
-        PropertyValue input = PropertyValue::dictionary(
-            {{"senderCountryCode", (*user)[0]}, {"senderPhoneNumber", (*user)[1]}});
-        for (const auto& [key, value] : *request.dictionaryPtr())
-            input.set(key, value);
-        answer.success = ((*cloud).*operation)(input, &returned, &error) &&
-                         !returned["success"].isNull() && returned["errorCode"].isNull();
-    }
-    if (!returned.isNull()) app_.log("ReturnedInformation : " + returned.description());
-    if (!error.isNull()) app_.log("ErrorInformation : " + error.description());
-    answer.information = answer.success || error.isNull() ? returned : error;
-    if (!answer.success) {
-        answer.errorCode =
-            returned["errorCode"].isNull() ? error["errorCode"] : returned["errorCode"];
-    }
-    return answer;
-}
-
 void PrinterList::reportFailure(const CloudAnswer& answer, bool manage) {
     if (answer.success) return;
     if (!answer.reached) {
@@ -98,17 +72,17 @@ void PrinterList::reportFailure(const CloudAnswer& answer, bool manage) {
 }
 
 bool PrinterList::getAgentQuantity() {
-    const CloudAnswer answer =
-        callCloud("Cloud API - Get agent quantity",
-                  &NBXCloudInterface::requestToGetUserAgentQuantity, PropertyValue::dictionary());
+    const CloudAnswer answer = CloudAnswer::call(app_, "Cloud API - Get agent quantity",
+                                                 &NBXCloudInterface::requestToGetUserAgentQuantity,
+                                                 PropertyValue::dictionary());
     dicGetAgentQuantity.set(answer.success ? answer.information["user"] : PropertyValue());
     return answer.success;
 }
 
 bool PrinterList::getAgentPrinterList() {
     const CloudAnswer answer =
-        callCloud("Cloud API - Get agent printer list", &NBXCloudInterface::getAgentInformation,
-                  PropertyValue::dictionary());
+        CloudAnswer::call(app_, "Cloud API - Get agent printer list",
+                          &NBXCloudInterface::getAgentInformation, PropertyValue::dictionary());
     const PropertyValue& info = answer.success ? answer.information : PropertyValue::null();
     const PropertyValue own = arrayOr(info["agentList"]);
     const PropertyValue friends = arrayOr(info["friendAgentList"]);
@@ -196,8 +170,8 @@ bool PrinterList::getSupportCapabilitySelectPrinter() {
     request.set("isSharedDevice", shared ? 1 : 0);
     if (shared) request.set("friendUserId", agent["friendUserId"]);
     const CloudAnswer answer =
-        callCloud("Cloud API - Get support capability",
-                  &NBXCloudInterface::getSupportedCapabilityListForAgent, request);
+        CloudAnswer::call(app_, "Cloud API - Get support capability",
+                          &NBXCloudInterface::getSupportedCapabilityListForAgent, request);
     PropertyValue list = app_.shared().arrSaveAgentList.get();
     if (answer.success && *match < list.size()) {
         PropertyValue merged = agent;
@@ -253,8 +227,8 @@ void PrinterList::updateAgentAlias(const std::string& alias) {
         {{"agentId", getSelectedRowInfo()["AgentId"]}, {"agentAlias", alias}});
     app_.inBackground(
         [this, request] {
-            return callCloud("Cloud API - Update alias", &NBXCloudInterface::updateAgentAlias,
-                             request);
+            return CloudAnswer::call(app_, "Cloud API - Update alias",
+                                     &NBXCloudInterface::updateAgentAlias, request);
         },
         [this, row, alias](const CloudAnswer& answer) {
             auto list = StateFiles::agentList();
@@ -278,8 +252,8 @@ void PrinterList::requestToReleaseAgent() {
         {{"agentId", PropertyValue::array({getSelectedRowInfo()["AgentId"]})}});
     app_.inBackground(
         [this, request] {
-            return callCloud("Cloud API - Release agent", &NBXCloudInterface::requestToReleaseAgent,
-                             request);
+            return CloudAnswer::call(app_, "Cloud API - Release agent",
+                                     &NBXCloudInterface::requestToReleaseAgent, request);
         },
         [this, row](const CloudAnswer& answer) {
             PropertyValue list = app_.shared().arrSaveAgentList.get();

@@ -10,7 +10,7 @@ namespace nbx {
 
 class AppDelegate;
 class MainWindow;
-class NBXCloudInterface;
+struct CloudAnswer;
 
 // The Printer tab's list: the user's, friends' and post-office printers, the agent quantity,
 // renaming and unlinking a printer and the capabilities of the printer chosen for a job. The
@@ -54,20 +54,6 @@ public:
     std::atomic<int> nFriendCount = 0;
 
 private:
-    using Operation = bool (NBXCloudInterface::*)(const PropertyValue&, PropertyValue*,
-                                                  PropertyValue*);
-    struct CloudAnswer {
-        bool success = false;
-        // An interface to the service could be made.
-        bool reached = false;
-        // The returned information, or the error information of a failure.
-        PropertyValue information;
-        PropertyValue errorCode;
-    };
-    // One cloud exchange as every call here makes it: a fresh interface, the sender's phone
-    // first, success only with "success" and no "errorCode".
-    CloudAnswer callCloud(const std::string& startLine, Operation operation,
-                          const PropertyValue& request);
     // Main thread: a failure told to the user, through the list's error handling when
     // `manage`, else as an alert only (rename and unlink must not end a print launch).
     void reportFailure(const CloudAnswer& answer, bool manage);

@@ -49,7 +49,8 @@ namespace nbx::test {
 using Texts = std::vector<std::string>;
 
 inline const std::string kQueueFailed = "Adding Printer in System Preferences is failed.";
-// What a signed-in refresh tells when no service answers.
+// What a signed-in refresh tells when no service answers: once for the settings the first
+// time, once for the printer list.
 inline const std::string kOffline = "Connection failed.";
 
 inline PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entries) {

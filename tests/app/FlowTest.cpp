@@ -143,7 +143,7 @@ TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
         h.runWorkers();
         AppHarness::drainEvents();
         EXPECT_EQ(h.setupArguments(), installed ? "-signout" : "");
-        EXPECT_EQ(h.alerts->texts(), installed ? Texts{kOffline} : Texts{kQueueFailed});
+        EXPECT_EQ(h.alerts->texts(), (installed ? Texts{kOffline, kOffline} : Texts{kQueueFailed}));
         EXPECT_EQ(d.shared().nCrtFunctionNum, after);
         if (installed) {
             EXPECT_EQ(d.backend().dicUpdateInfo()["Command"].string(), "GetPolling");

@@ -227,6 +227,7 @@ TEST_F(PrinterListTest, RenameAndUnlinkReachTheServiceAndTheFile) {
     EXPECT_EQ(emulator.state()["agents"].at(1)["agentAlias"].string(), "desk (1)");
     EXPECT_TRUE(w->refreshView->isHidden());
 
+    select(d, 3);  // a rename selects the recent target again, here the first row
     d.printerActions().clickWUnlink_YesBtn();
     h.runWorkers();
     EXPECT_EQ(types(h.readUserFile("AgentPL.plist")),

@@ -10,6 +10,7 @@ CloudAnswer CloudAnswer::call(AppDelegate& app, const std::string& startLine, Op
     app.log(startLine);
     CloudAnswer answer;
     PropertyValue returned, error;
+    app.checkMyInfoPlist();
     const SenderIdentity user = app.shared().arrGetuserInfo.get();
     const auto cloud = NBXCloudInterface::interfaceCreatedFromLookUpServerWithConfiguration(
         PropertyValue::dictionary({{"Debug", true}}), nullptr, &error);

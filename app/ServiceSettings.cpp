@@ -59,8 +59,9 @@ bool ServiceSettings::getNbxd2SettingInfo() {
 // The update logs the getter's start line; that is the line the log has always had.
 bool ServiceSettings::updateNbxd2SettingInfo(bool pushNotification) {
     const CloudAnswer answer = CloudAnswer::call(
-        app_, "Cloud API - getNbxd2SettingInfo", &NBXCloudInterface::updateNbxd2SettingInformation,
-        PropertyValue::dictionary({{"clientPushNoti", pushNotification}}));
+        app_, "Cloud API - getNbxd2SettingInfo",
+        &NBXCloudInterface::updateNbxd2SettingInformationForPushNoti,
+        PropertyValue::dictionary({{"clientPushNoti", pushNotification ? "true" : "false"}}));
     if (!answer.reached) app_.showOnlyAlertMSG(kConnectionFailed);
     return answer.success;
 }

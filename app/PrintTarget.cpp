@@ -160,11 +160,6 @@ std::string PrintTarget::friendCountryCode() {
     return user ? (*user)[0] : "";
 }
 
-bool PrintTarget::writeToTargetPlist() {
-    app_.log("Write target plist");
-    return false;
-}
-
 void PrintTarget::discardTarget() {
     if (!isPrintLaunch()) return;
     std::error_code ec;

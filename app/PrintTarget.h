@@ -3,6 +3,7 @@
 #include <QString>
 #include <QStringList>
 #include <atomic>
+#include <optional>
 #include <string>
 
 #include "PropertyValue.h"
@@ -31,7 +32,17 @@ public:
     void recordPrintTarget();
     PropertyValue makeSendInfo();
     std::string friendCountryCode();
+    // Decides, reconciles and writes the job target file; false when the target is not
+    // settled, so the caller puts the job preferences back. (PrintTargetFile.cpp)
     bool writeToTargetPlist();
+    // The changed options for a paid printer, after the user accepted them; nothing for any
+    // other printer. Refusing quits.
+    std::optional<PropertyValue> supportPrintOption(const PropertyValue& agent);
+    bool checkSupportPaperSize(const PropertyValue& agent) const;
+    bool checkDuplex(const PropertyValue& agent) const;
+    static std::string changeValuetoWirteTargetPlist(const std::string& paper);
+    static std::string replaceString(std::string text, const std::string& from,
+                                     const std::string& to);
     // A cancelled job: the back end reads the missing file as such.
     void discardTarget();
 
@@ -42,6 +53,15 @@ public:
     std::atomic<bool> bCapabilityCheckCompleted = false;
 
 private:
+    // The target dictionary's common part: the user, the choice and the options asked for.
+    PropertyValue targetBase(const PropertyDictionary& myInfo) const;
+    bool printerTarget(PropertyValue& target, const PropertyDictionary& sendInfo,
+                       const std::string& missingPrinter);
+    bool phoneTarget(PropertyValue& target, const PropertyDictionary& sendInfo,
+                     const PropertyDictionary& myInfo);
+    void alert(const std::string& text);
+    void writeTarget(const PropertyValue& target);
+
     AppDelegate& app_;
     std::string sSystemRegionCode;
 };

@@ -78,9 +78,16 @@ TEST(RecordTargetOnPrintLaunch, UnwrittenTargetRestoresThePreferences) {
         dict({{"DirectPrint", "FALSE"}, {"SendInfo", dict({{"Type", "Default"}})}});
     h.writeUserFile("com.Valmora.nbx.plist", before);
     AppDelegate& d = h.launch({h.targetArgument()});
-    d.window()->printerScreen->friendTable()->item(0)->setSelected(true);
+    // A printer of the window whose record is gone from the saved list.
+    const PropertyValue rows = PropertyValue::array(
+        {dict({{"agentType", "TitleMyPrinter"}}),
+         dict({{"agentType", "PRT_AGENT"}, {"agentAlias", "Desk"}, {"agentMacAddress", "0a"}})});
+    d.shared().arrSaveAgentList.set(rows);
+    d.window()->printerScreen->reloadPrinters(rows);
+    d.window()->printerScreen->printerTable()->setCurrentRow(1);
     d.shared().nCrtFunctionNum = 7;
     d.nextAction();
+    EXPECT_EQ(h.alerts->texts(), Texts{"Registered information was wrong in cloud server."});
     EXPECT_EQ(h.readUserFile("com.Valmora.nbx.plist"), before);
     EXPECT_TRUE(d.window()->refreshView->isHidden());
     EXPECT_EQ(h.quits, 0);

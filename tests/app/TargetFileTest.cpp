@@ -179,6 +179,38 @@ TEST(TargetFile, EveryTargetAndReconciliation) {
     }
 }
 
+// A direct print decides at start-up from the service's list, without showing the window.
+TEST(TargetFile, DirectPrintWritesTheFileAtStartUp) {
+    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
+    ASSERT_TRUE(emulator.ok());
+    emulator.seed(dict(
+        {{"agents",
+          PropertyValue::array(
+              {dict({{"agentId", "hall"},
+                     {"agentType", "PRT_AGENT"},
+                     {"agentAlias", "Hall"},
+                     {"agentMacAddress", "0a0b"},
+                     {"isPaidDevice", true},
+                     {"supportedSides", "SIMPLEX"},
+                     {"owner", dict({{"countryCode", "82"}, {"phoneNumber", "101234"}})}})})}}));
+    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+    AppHarness h;
+    h.signIn("82", "101234");
+    h.writeUserFile(
+        "com.Valmora.nbx.plist",
+        dict({{"DirectPrint", "TRUE"},
+              {"SendInfo",
+               dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}})}}));
+    AppDelegate& d = h.launch({"-Duplex:On", h.targetArgument()});
+    const PropertyValue file = readPropertyListFile(h.target()).value_or(nullptr);
+    EXPECT_EQ(file["agentId"].string(), "hall");
+    // Two-sided asked of a one-sided paid printer: the change was put to the user and taken.
+    EXPECT_EQ(file["UserSelection"].integer(), 1);
+    EXPECT_EQ(h.alerts->shown.size(), 1u);
+    EXPECT_FALSE(d.window()->isVisible());
+    EXPECT_GE(h.quits, 1);
+}
+
 TEST(TargetFile, OptionChecksAndNames) {
     AppHarness h;
     AppDelegate& d = h.launch();

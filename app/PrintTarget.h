@@ -41,6 +41,11 @@ public:
     bool checkSupportPaperSize(const PropertyValue& agent) const;
     bool checkDuplex(const PropertyValue& agent) const;
     static std::string changeValuetoWirteTargetPlist(const std::string& paper);
+    // Tell the back end of an option it cannot honour, by state number (1008: the paper).
+    // Nothing here calls them: they are the back end's side of the interface.
+    static constexpr const char* kErrorName = "com.Valmora.NBX.Error";
+    static bool sendBackendNotSupport(int state);
+    static bool sendPaperNotSupport();
     static std::string replaceString(std::string text, const std::string& from,
                                      const std::string& to);
     // A cancelled job: the back end reads the missing file as such.

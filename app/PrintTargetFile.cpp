@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "AppDelegate.h"
+#include "DistributedNotificationCenter.h"
 #include "NBXConnectManger.h"
 #include "PhoneRegistration.h"
 #include "PrintTarget.h"
@@ -255,6 +256,16 @@ bool PrintTarget::phoneTarget(PropertyValue& target, const PropertyDictionary& s
     writeTarget(target);
     app_.terminate();
     return true;
+}
+
+bool PrintTarget::sendBackendNotSupport(int state) {
+    const auto center = DistributedNotificationCenter::connectSessionBus(nullptr);
+    return center &&
+           center->postNotificationName(kErrorName, PropertyValue::dictionary({{"state", state}}));
+}
+
+bool PrintTarget::sendPaperNotSupport() {
+    return sendBackendNotSupport(1008);
 }
 
 void PrintTarget::alert(const std::string& text) {

@@ -235,6 +235,16 @@ TEST(TargetFile, OptionChecksAndNames) {
     }
     EXPECT_FALSE(t.supportPrintOption(dict({{"supportedColor", false}})));
     EXPECT_EQ(PrintTarget::replaceString("%1% and %1%", "%1%", "x"), "x and x");
+
+    auto center = DistributedNotificationCenter::connectSessionBus(nullptr);
+    ASSERT_TRUE(center);
+    std::atomic<int> state = 0;
+    center->addObserver(PrintTarget::kErrorName,
+                        [&](const std::string&, const PropertyValue& info) {
+                            state = static_cast<int>(info["state"].integer().value_or(-1));
+                        });
+    ASSERT_TRUE(PrintTarget::sendPaperNotSupport());
+    EXPECT_TRUE(h.waitFor([&] { return state == 1008; }));
     EXPECT_EQ(PrintTarget::changeValuetoWirteTargetPlist("LEGAL"), "Legal");
     EXPECT_EQ(PrintTarget::changeValuetoWirteTargetPlist("A5"), "A5");
 }

@@ -172,8 +172,9 @@ void ServiceSettings::selectRecentTarget() {
         int found = -1;
         for (std::size_t i = 0; i < rows.size() && found < 0; ++i) {
             const PropertyValue& row = rows.at(i);
-            const bool named = row["agentAlias"] == target["ModelName"] ||
-                               row["agentModelName"] == target["ModelName"];
+            const bool named =
+                !target["ModelName"].isNull() && (row["agentAlias"] == target["ModelName"] ||
+                                                  row["agentModelName"] == target["ModelName"]);
             const bool same = friends ? row["firstName"] == target["FirstName"] &&
                                             row["lastName"] == target["LastName"]
                                       : row["agentMacAddress"] == target["MACAddress"];

@@ -57,6 +57,11 @@ inline PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entri
     return PropertyValue::dictionary(entries);
 }
 
+// A row of the printer list that only names its kind, such as a section title.
+inline PropertyValue marker(const char* type) {
+    return dict({{"agentType", type}});
+}
+
 // Answers alerts from a script (the first button when it runs out) and records them.
 struct RecordingAlerts : AlertPresenter {
     int runModal(const AlertRequest& request) override {
@@ -121,12 +126,6 @@ private:
     std::unique_ptr<DistributedNotificationCenter> center_;
 };
 
-inline std::unique_ptr<PrivateSessionBus> startBus() {
-    auto bus = PrivateSessionBus::start(nullptr);
-    EXPECT_TRUE(bus) << "no private session bus";
-    return bus;
-}
-
 // A controller in a temporary home, English unless told otherwise, with the scheduler pointed
 // at a closed port unless a private one is running, and workers held until the test runs them.
 class AppHarness {
@@ -138,6 +137,7 @@ public:
           lookup_("NBX_LOOKUP_SERVER", std::getenv("NBX_LOOKUP_SERVER")
                                            ? std::getenv("NBX_LOOKUP_SERVER")
                                            : "127.0.0.1:1") {
+        EXPECT_TRUE(bus) << "no private session bus";
         std::filesystem::create_directories(helperFolder());
         if (!ownScheduler) return;
         // Nothing listens there: the queue is simply missing, and the machine's own
@@ -230,7 +230,7 @@ public:
 
     QtAppUser app;
     TempHome home;
-    std::unique_ptr<PrivateSessionBus> bus = startBus();
+    std::unique_ptr<PrivateSessionBus> bus = PrivateSessionBus::start(nullptr);
     ScriptedBackend backend;
     std::shared_ptr<RecordingAlerts> alerts = std::make_shared<RecordingAlerts>();
     std::shared_ptr<RecordingUrls> urls = std::make_shared<RecordingUrls>();

@@ -8,10 +8,6 @@ namespace {
 const std::string kSilence =
     "The Nimbrix service is currently not available. Please try again later.";
 
-PropertyValue marker(const char* type) {
-    return dict({{"agentType", type}});
-}
-
 PropertyValue reply(const char* command, const char* result,
                     std::initializer_list<PropertyDictionary::Entry> more = {}) {
     PropertyValue value = dict(more);
@@ -40,115 +36,65 @@ TEST(BackendReply, EveryCommandsBranches) {
     const PropertyValue offline = PropertyValue::array({marker("TitleMyPrinter")});
     PropertyValue renamed = stored;
     renamed.arrayPtr()->at(1).set("agentAlias", "New name");
+    const PropertyValue polled = reply("GetPolling", "SUCCESS",
+                                       {{"Alias", "Laser"},
+                                        {"Mac address", "aabbccddeeff"},
+                                        {"agentId", "a1"},
+                                        {"ModelName", "X1"},
+                                        {"PaidDevice", false},
+                                        {"Black", 40},
+                                        {"Cyan", -1},
+                                        {"OrderURL", "u"}});
+    const PropertyValue filled = PropertyValue::array({marker("My Drive"), marker("TitleMyPrinter"),
+                                                       dict({{"agentAlias", "Laser"},
+                                                             {"agentMacAddress", "aabbccddeeff"},
+                                                             {"agentId", "a1"},
+                                                             {"agentModelName", "X1"},
+                                                             {"isPaidDevice", false},
+                                                             {"currKTonerLevel", 40},
+                                                             {"currCTonerLevel", -1},
+                                                             {"tonerOrderingURL", "u"}}),
+                                                       marker("TitleFriendPrinter")});
+    const auto polling = [](const char* mac) {
+        return reply("GetPolling", "SUCCESS", {{"Alias", "Laser"}, {"agentMacAddress", mac}});
+    };
+    using Sent = std::vector<std::string>;
+    const Sent poll = {"GetPolling"}, update = {"UpdatePolling"};
+    const Sent pollAndStop = {"GetPolling", "StopPolling"};
     struct Case {
         const char* name;
-        const char* command;
         PropertyValue reply;
         PropertyValue listBefore;  // null: none
         PropertyValue fileAfter;   // null: no file
-        std::vector<std::string> sent;
-        Texts alertPrefixes;
-        bool boxTicked;
+        Sent sent;
+        bool boxTicked = false;
+        Texts alertPrefixes = {};
         int state = kPrinterTab;
     };
     const Case cases[] = {
-        {"GetPollingMacAddressFallback",
-         "GetPolling",
-         reply("GetPolling", "SUCCESS",
-               {{"Alias", "Laser"},
-                {"Mac address", "aabbccddeeff"},
-                {"agentId", "a1"},
-                {"ModelName", "X1"},
-                {"PaidDevice", false},
-                {"Black", 40},
-                {"Cyan", -1},
-                {"OrderURL", "u"}}),
-         nullptr,
-         PropertyValue::array({marker("My Drive"), marker("TitleMyPrinter"),
-                               dict({{"agentAlias", "Laser"},
-                                     {"agentMacAddress", "aabbccddeeff"},
-                                     {"agentId", "a1"},
-                                     {"agentModelName", "X1"},
-                                     {"isPaidDevice", false},
-                                     {"currKTonerLevel", 40},
-                                     {"currCTonerLevel", -1},
-                                     {"tonerOrderingURL", "u"}}),
-                               marker("TitleFriendPrinter")}),
-         {"GetPolling"},
-         {},
-         true},
-        {"GetPollingKeepsAFullList",
-         "GetPolling",
-         reply("GetPolling", "SUCCESS", {{"Alias", "Laser"}, {"agentMacAddress", "AABBCCDDEEFF"}}),
-         stored,
-         stored,
-         {"GetPolling"},
-         {},
-         true},
-        {"GetPollingOwnPrinterGoneStops",
-         "GetPolling",
-         reply("GetPolling", "SUCCESS", {{"Alias", "Laser"}, {"agentMacAddress", "001122334455"}}),
-         stored,
-         stored,
-         {"GetPolling", "StopPolling"},
-         {},
-         false},
-        {"GetPollingFailureLeavesTitles",
-         "GetPolling",
-         reply("GetPolling", "FAIL"),
-         nullptr,
-         titles,
-         {"GetPolling"},
-         {},
-         false},
-        {"UpdateSuccessRefreshesAndTellsTheSettingTab",
-         "UpdatePolling",
-         reply("UpdatePolling", "SUCCESS"),
-         nullptr,
-         offline,
-         {"UpdatePolling", "GetPolling"},
-         {kOffline, kOffline, "Settings updated successfully"},
-         false,
-         kSettingTab},
-        {"UpdateFailureWithCode",
-         "UpdatePolling",
-         reply("UpdatePolling", "FAIL", {{"ErrorCode", "61001"}}),
-         nullptr,
-         nullptr,
-         {"UpdatePolling"},
-         {"Internal cloud server error has occurred."},
-         false},
-        {"UpdateFailureWithoutCode",
-         "UpdatePolling",
-         reply("UpdatePolling", "FAIL"),
-         nullptr,
-         nullptr,
-         {"UpdatePolling"},
-         {kSilence},
-         false},
-        {"StopRefreshes",
-         "StopPolling",
-         reply("StopPolling", "SUCCESS"),
-         nullptr,
-         offline,
-         {"StopPolling", "GetPolling"},
-         {kOffline, kOffline},
-         false},
-        {"ChangeAliasRenamesTheSelectedRow",
-         "ChangeAlias",
-         reply("ChangeAlias", "SUCCESS"),
-         stored,
-         renamed,
-         {"ChangeAlias"},
-         {},
-         false},
+        {"GetPollingMacAddressFallback", polled, nullptr, filled, poll, true},
+        {"GetPollingKeepsAFullList", polling("AABBCCDDEEFF"), stored, stored, poll, true},
+        {"GetPollingOwnPrinterGoneStops", polling("001122334455"), stored, stored, pollAndStop},
+        {"GetPollingFailureLeavesTitles", reply("GetPolling", "FAIL"), nullptr, titles, poll},
+        {"UpdateSuccessRefreshesAndTellsTheSettingTab", reply("UpdatePolling", "SUCCESS"), nullptr,
+         offline, Sent{"UpdatePolling", "GetPolling"}, false,
+         Texts{kOffline, kOffline, "Settings updated successfully"}, kSettingTab},
+        {"UpdateFailureWithCode", reply("UpdatePolling", "FAIL", {{"ErrorCode", "61001"}}), nullptr,
+         nullptr, update, false, Texts{"Internal cloud server error has occurred."}},
+        {"UpdateFailureWithoutCode", reply("UpdatePolling", "FAIL"), nullptr, nullptr, update,
+         false, Texts{kSilence}},
+        {"StopRefreshes", reply("StopPolling", "SUCCESS"), nullptr, offline,
+         Sent{"StopPolling", "GetPolling"}, false, Texts{kOffline, kOffline}},
+        {"ChangeAliasRenamesTheSelectedRow", reply("ChangeAlias", "SUCCESS"), stored, renamed,
+         Sent{"ChangeAlias"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
         AppHarness h;
         h.realThreads = true;
         h.signIn("82", "101234");
-        h.backend.script(c.command, c.reply);
+        const std::string command = c.reply["Command"].string().value_or("");
+        h.backend.script(command, c.reply);
         if (!c.listBefore.isNull()) h.writeUserFile("AgentPL.plist", c.listBefore);
         AppDelegate& d = h.launch();
         if (!c.listBefore.isNull()) {
@@ -159,7 +105,7 @@ TEST(BackendReply, EveryCommandsBranches) {
         d.window()->renameSheet->nameField()->setText("  New   name ");
         d.shared().nCrtFunctionNum = c.state;
         d.showRefreshWindow("START", true);
-        d.backend().post(dict({{"Command", c.command}}));
+        d.backend().post(dict({{"Command", command}}));
         const auto settled = [&] {
             return commandsSent(h.backend) == c.sent && d.window()->refreshView->isHidden() &&
                    h.alerts->shown.size() == c.alertPrefixes.size();

@@ -4,13 +4,12 @@ namespace nbx::test {
 namespace {
 
 PropertyValue agents() {
-    return PropertyValue::array({dict({{"agentType", "My Drive"}}),
-                                 dict({{"agentType", "TitleMyPrinter"}}),
+    return PropertyValue::array({marker("My Drive"), marker("TitleMyPrinter"),
                                  dict({{"agentType", "PC_AGENT"},
                                        {"agentAlias", "Office"},
                                        {"agentMacAddress", "AA:BB"},
                                        {"isPaidDevice", true}}),
-                                 dict({{"agentType", "TitleFriendPrinter"}}),
+                                 marker("TitleFriendPrinter"),
                                  dict({{"agentType", "PRT_AGENT"},
                                        {"agentModelName", "M2020"},
                                        {"friendUserId", "u7"},
@@ -80,7 +79,7 @@ TEST(RecordTargetOnPrintLaunch, UnwrittenTargetRestoresThePreferences) {
     AppDelegate& d = h.launch({h.targetArgument()});
     // A printer of the window whose record is gone from the saved list.
     const PropertyValue rows = PropertyValue::array(
-        {dict({{"agentType", "TitleMyPrinter"}}),
+        {marker("TitleMyPrinter"),
          dict({{"agentType", "PRT_AGENT"}, {"agentAlias", "Desk"}, {"agentMacAddress", "0a"}})});
     d.shared().arrSaveAgentList.set(rows);
     d.window()->printerScreen->reloadPrinters(rows);

@@ -101,6 +101,7 @@ void AppDelegate::log(const std::string& line) const {
 }
 
 void AppDelegate::terminate() {
+    quitting_ = true;
     if (platform_.quit) platform_.quit();
 }
 

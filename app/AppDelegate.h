@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <memory>
@@ -114,6 +115,7 @@ public:
     QString localized(const QString& key) const;
     Localizer localizer() const;
     void log(const std::string& line) const;
+    // Null until built: a direct print decides without it.
     MainWindow* window() const { return window_.get(); }
     SharedState& shared() { return shared_; }
     // The country table, sorted for display at start-up; read-only afterwards.
@@ -134,6 +136,8 @@ public:
     TonerStatus& toner() { return *toner_; }
 
 private:
+    // The main window and its screens, wired to the flows; a direct print may never need it.
+    void buildWindow();
     void connectWindow();
     void afterSetup();
 
@@ -152,6 +156,8 @@ private:
     PropertyValue arrCountyCode_ = PropertyValue::array();
     std::string sAppFolderPath_, sSystemLanguage_, sSystemRegion_;
     std::unique_ptr<MainWindow> window_;
+    // Set by terminate(): the platform's quit may take effect only later.
+    std::atomic<bool> quitting_ = false;
     std::unique_ptr<PhoneRegistration> registration_;
     std::unique_ptr<BackendLink> backend_;
     std::unique_ptr<PrinterList> printers_;

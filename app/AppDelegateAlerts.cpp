@@ -39,8 +39,11 @@ void AppDelegate::manageErrCode(const PropertyValue& code) {
         NBXConnectManger::runAlertPanel(text, alertContext());
         if (text == "16000") {
             StateFiles::removeAgentList();
-            showSetting();
-            printers_->setPlusbtn(true);
+            // A direct print has no window to show it in.
+            if (window_) {
+                showSetting();
+                printers_->setPlusbtn(true);
+            }
         }
     }
     showRefreshWindow("STOP", false);
@@ -55,6 +58,7 @@ void AppDelegate::showRefreshWindow(const std::string& word, bool showProgress) 
     }
     const bool start = word == "START";
     onMainThread([this, start, showProgress] {
+        if (!window_) return;
         window_->aboutButton->setEnabled(!start);
         window_->aboutAction->setEnabled(!start);
         window_->refreshAction->setEnabled(!start);
@@ -68,7 +72,7 @@ void AppDelegate::showRefreshWindow(const std::string& word, bool showProgress) 
 }
 
 void AppDelegate::refreshMainWin() {
-    window_->update();
+    if (window_) window_->update();
 }
 
 void AppDelegate::showAlertSheet(const std::string& messageKey) {

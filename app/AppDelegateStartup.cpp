@@ -50,24 +50,11 @@ std::string AppDelegate::regionOfLocale(const std::string& locale) {
 
 void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
     initCommonValue();
-    const std::string version = bundleInfo["CFBundleShortVersionString"].string().value_or("2.0");
-    const AboutInfo about{
-        QString::fromStdString(version),
-        QStringLiteral(__DATE__),
-        QString::fromStdString(
-            bundleInfo["NSHumanReadableCopyright"].string().value_or("Nimbrix $VERSION$")),
-        localized("AboutContact"),
-        localized("AboutSite"),
-        QString::fromStdString(bundleInfo["AboutSite"].string().value_or(""))};
-    arrCountyCode_ = registration_->sortCountryDic(arrCountyCode_);
-    window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode_, about);
-    window_->selectDefaultCountry(QString::fromStdString(sSystemRegion_));
-    registration_->logDefaultCountry();
-    window_->printerScreen->popupCheckBox()->hide();
-    window_->printerScreen->nextButton()->hide();
-    window_->printerScreen->cancelButton()->hide();
-    connectWindow();
     printTarget_->readLaunchArguments(arguments);
+    // A direct print is decided before any window exists: most end the program here.
+    if (printTarget_->isPrintLaunch()) printTarget_->printDirectly();
+    if (quitting_) return;
+    buildWindow();
 
     if (printTarget_->isPrintLaunch()) {
         printTarget_->launchForJob();
@@ -88,6 +75,26 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
         window_->setToolbarVisible(false);
         showAddPrinterScreen();
     }
+}
+
+void AppDelegate::buildWindow() {
+    const std::string version = bundleInfo["CFBundleShortVersionString"].string().value_or("2.0");
+    const AboutInfo about{
+        QString::fromStdString(version),
+        QStringLiteral(__DATE__),
+        QString::fromStdString(
+            bundleInfo["NSHumanReadableCopyright"].string().value_or("Nimbrix $VERSION$")),
+        localized("AboutContact"),
+        localized("AboutSite"),
+        QString::fromStdString(bundleInfo["AboutSite"].string().value_or(""))};
+    arrCountyCode_ = registration_->sortCountryDic(arrCountyCode_);
+    window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode_, about);
+    window_->selectDefaultCountry(QString::fromStdString(sSystemRegion_));
+    registration_->logDefaultCountry();
+    window_->printerScreen->popupCheckBox()->hide();
+    window_->printerScreen->nextButton()->hide();
+    window_->printerScreen->cancelButton()->hide();
+    connectWindow();
 }
 
 // Any thread: the identity is read from its store and kept for the flows.

@@ -47,28 +47,29 @@ void PrintTarget::readLaunchArguments(const QStringList& arguments) {
     }
 }
 
+void PrintTarget::printDirectly() {
+    if (!app_.checkMyInfoPlist() || !StateFiles::isDirectPrint()) return;
+    const std::optional<PropertyDictionary> sendInfo = StateFiles::sendInfo();
+    // A friend without a number is no target: the user is asked.
+    if (!sendInfo ||
+        ((*sendInfo)["Type"].string() == "Friend" && (*sendInfo)["PhoneNumber"].string() == "-1")) {
+        return;
+    }
+    bAfterCapabilityCheck = false;
+    app_.printers().getAgentPrinterList();
+    app_.printers().getSupportCapabilitySelectPrinter();
+    writeToTargetPlist();
+}
+
 void PrintTarget::launchForJob() {
     PrinterScreen* screen = app_.window()->printerScreen;
     if (!app_.checkMyInfoPlist()) {
         screen->nextButton()->setEnabled(false);
-        showPrintWindow();
-        return;
-    }
-    const std::optional<PropertyDictionary> sendInfo = StateFiles::sendInfo();
-    const bool direct = StateFiles::isDirectPrint();
-    if (direct && sendInfo && (*sendInfo)["Type"].string() == "Friend" &&
-        (*sendInfo)["PhoneNumber"].string() == "-1") {
-        screen->popupCheckBox()->setChecked(true);
-        showPrintWindow();
-    } else if (direct && sendInfo) {
-        bAfterCapabilityCheck = false;
-        app_.printers().getAgentPrinterList();
-        app_.printers().getSupportCapabilitySelectPrinter();
-        writeToTargetPlist();
     } else {
-        screen->popupCheckBox()->setChecked(direct);
-        showPrintWindow();
+        // Also a direct print that left its target open: the user picks another.
+        screen->popupCheckBox()->setChecked(StateFiles::isDirectPrint());
     }
+    showPrintWindow();
 }
 
 void PrintTarget::showPrintWindow() {

@@ -26,7 +26,10 @@ public:
     static int integerValue(const QString& text);
     bool isPrintLaunch() const { return !argTargetPlist.empty(); }
 
-    // Shows the target choice, or decides at once for a direct print.
+    // Decides a direct print from the service's list without any window; nothing for another
+    // job. The target may still be open afterwards, unless the program is quitting.
+    void printDirectly();
+    // Shows the target choice in the main window.
     void launchForJob();
     void showPrintWindow();
     void recordPrintTarget();

@@ -32,8 +32,24 @@ void writeEmptyJobPreferences() {
 
 }  // namespace
 
+TonerStatus::TonerStatus(AppDelegate& app) : app_(app) {}
+
+TonerStatus::~TonerStatus() = default;
+
 void TonerStatus::connectWindow(MainWindow* window) {
-    TonerWindow* toner = window->tonerWindow;
+    connectToner(window->tonerWindow);
+}
+
+TonerWindow* TonerStatus::tonerWindow() {
+    if (MainWindow* main = app_.window()) return main->tonerWindow;
+    if (!own_) {
+        own_ = std::make_unique<TonerWindow>(app_.localizer(), nullptr);
+        connectToner(own_.get());
+    }
+    return own_.get();
+}
+
+void TonerStatus::connectToner(TonerWindow* toner) {
     QObject::connect(toner->closeButton(), &QPushButton::clicked, toner,
                      [this] { clickTonerInfoCancelBtn(); });
     QObject::connect(toner, &TonerWindow::orderRequested, toner, [this](const QString& url) {
@@ -98,7 +114,7 @@ bool TonerStatus::directPrintPending() const {
 }
 
 void TonerStatus::offerTonerWindow(const PropertyValue& lowPrinters) {
-    TonerWindow* window = app_.window()->tonerWindow;
+    TonerWindow* window = tonerWindow();
     window->showPrinters(lowPrinters);
     if (!directPrintPending()) {
         window->setWindowModality(Qt::WindowModal);
@@ -123,7 +139,7 @@ void TonerStatus::storeSilence(bool ticked) {
 }
 
 void TonerStatus::clickTonerInfoCancelBtn() {
-    TonerWindow* window = app_.window()->tonerWindow;
+    TonerWindow* window = tonerWindow();
     storeSilence(window->weekCheckBox()->isChecked());
     if (directPrintPending()) {
         window->done(QDialog::Rejected);

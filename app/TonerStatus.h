@@ -3,6 +3,7 @@
 #include <QDateTime>
 #include <atomic>
 #include <functional>
+#include <memory>
 
 #include "PropertyValue.h"
 
@@ -10,6 +11,7 @@ namespace nbx {
 
 class AppDelegate;
 class MainWindow;
+class TonerWindow;
 
 // The low-toner offer of the first printer list after start: which of the user's printers run
 // low, whether the user silenced the window for a week, and the window itself.
@@ -20,7 +22,8 @@ public:
     // Days the window stays silenced after the week box was ticked.
     static constexpr int kSilentDays = 6;
 
-    explicit TonerStatus(AppDelegate& app) : app_(app) {}
+    explicit TonerStatus(AppDelegate& app);
+    ~TonerStatus();
     void connectWindow(MainWindow* window);
 
     // Any thread.
@@ -41,10 +44,14 @@ public:
     std::function<QDateTime()> clock = [] { return QDateTime::currentDateTime(); };
 
 private:
+    // The main window's, else one of its own: a direct print runs without the main window.
+    TonerWindow* tonerWindow();
+    void connectToner(TonerWindow* toner);
     bool directPrintPending() const;
     void storeSilence(bool ticked);
 
     AppDelegate& app_;
+    std::unique_ptr<TonerWindow> own_;
 };
 
 }  // namespace nbx

@@ -20,11 +20,15 @@ int main(int argc, char* argv[]) {
     const bool quitAfterShow = arguments.removeAll("--quit-after-show") > 0;
 
     auto alerts = std::make_shared<nbx::QtAlertPresenter>();
-    nbx::AppPlatform platform{
-        alerts, std::make_shared<nbx::QtUrlOpener>(), [] { QApplication::quit(); }, {}};
+    // Queued: a direct print may quit before exec() runs, when quit() alone does nothing.
+    const auto quit = [&app] {
+        QMetaObject::invokeMethod(&app, &QCoreApplication::quit, Qt::QueuedConnection);
+    };
+    nbx::AppPlatform platform{alerts, std::make_shared<nbx::QtUrlOpener>(), quit, {}};
     nbx::AppDelegate delegate(std::move(platform));
     delegate.applicationDidFinishLaunching(arguments);
     alerts->setParentWindow(delegate.window());
-    if (quitAfterShow) nbx::FirstPaintWatcher::quitAfterFirstPaint(delegate.window());
+    if (quitAfterShow && delegate.window())
+        nbx::FirstPaintWatcher::quitAfterFirstPaint(delegate.window());
     return app.exec();
 }

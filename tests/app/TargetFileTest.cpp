@@ -179,36 +179,65 @@ TEST(TargetFile, EveryTargetAndReconciliation) {
     }
 }
 
-// A direct print decides at start-up from the service's list, without showing the window.
-TEST(TargetFile, DirectPrintWritesTheFileAtStartUp) {
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ASSERT_TRUE(emulator.ok());
-    emulator.seed(dict(
-        {{"agents",
-          PropertyValue::array(
-              {dict({{"agentId", "hall"},
-                     {"agentType", "PRT_AGENT"},
-                     {"agentAlias", "Hall"},
-                     {"agentMacAddress", "0a0b"},
-                     {"isPaidDevice", true},
-                     {"supportedSides", "SIMPLEX"},
-                     {"owner", dict({{"countryCode", "82"}, {"phoneNumber", "101234"}})}})})}}));
-    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
-    AppHarness h;
-    h.signIn("82", "101234");
-    h.writeUserFile(
-        "com.Valmora.nbx.plist",
-        dict({{"DirectPrint", "TRUE"},
-              {"SendInfo",
-               dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}})}}));
-    AppDelegate& d = h.launch({"-Duplex:On", h.targetArgument()});
-    const PropertyValue file = readPropertyListFile(h.target()).value_or(nullptr);
-    EXPECT_EQ(file["agentId"].string(), "hall");
-    // Two-sided asked of a one-sided paid printer: the change was put to the user and taken.
-    EXPECT_EQ(file["UserSelection"].integer(), 1);
-    EXPECT_EQ(h.alerts->shown.size(), 1u);
-    EXPECT_FALSE(d.window()->isVisible());
-    EXPECT_GE(h.quits, 1);
+// A direct print decides at start-up from the service's list before any window is built; one
+// it cannot settle opens the target choice instead.
+TEST(TargetFile, DirectPrintDecidesBeforeTheWindow) {
+    const PropertyValue owner = dict({{"countryCode", "82"}, {"phoneNumber", "101234"}});
+    struct {
+        const char* name;
+        QString pages;
+        PropertyValue agent;
+        bool settled;
+    } const cases[] = {
+        // Two-sided asked of a one-sided paid printer: the change is put to the user and taken.
+        {"Settles", "-TotalPages:3",
+         dict({{"agentType", "PRT_AGENT"},
+               {"isPaidDevice", true},
+               {"supportedSides", "SIMPLEX"},
+               {"owner", owner}}),
+         true},
+        // Over the post office's limit, running low on toner: the toner window still opens.
+        {"PostOfficeRefuses", "-TotalPages:151",
+         dict({{"agentType", "POST_AGENT"}, {"currKTonerLevel", 5}, {"owner", owner}}), false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        CloudEmulator emulator{{"--no-token-check", "--quiet"}};
+        ASSERT_TRUE(emulator.ok());
+        PropertyValue agent = c.agent;
+        agent.set("agentId", "hall");
+        agent.set("agentMacAddress", "0a0b");
+        emulator.seed(dict({{"agents", PropertyValue::array({agent})}}));
+        ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+        AppHarness h;
+        h.signIn("82", "101234");
+        h.writeUserFile(
+            "com.Valmora.nbx.plist",
+            dict({{"DirectPrint", "TRUE"},
+                  {"SendInfo",
+                   dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}})}}));
+        QPointer<QWidget> toner;
+        QObject timerScope;  // cancels the timer when nothing modal ran it
+        QTimer::singleShot(0, &timerScope, [&] {
+            toner = QApplication::activeModalWidget();
+            if (toner) toner->close();
+        });
+        AppDelegate& d = h.launch({c.pages, "-Duplex:On", h.targetArgument()});
+        const PropertyValue file = readPropertyListFile(h.target()).value_or(nullptr);
+        EXPECT_EQ(file["agentId"].string(), "hall");
+        EXPECT_EQ(h.alerts->shown.size(), 1u);
+        EXPECT_EQ(toner != nullptr, !c.settled);
+        EXPECT_EQ(h.quits > 0, c.settled);
+        if (c.settled) {
+            EXPECT_EQ(file["UserSelection"].integer(), 1);
+            EXPECT_EQ(d.window(), nullptr);
+            continue;
+        }
+        ASSERT_TRUE(d.window());
+        EXPECT_TRUE(d.window()->isVisible());
+        EXPECT_TRUE(d.window()->printerScreen->popupCheckBox()->isChecked());
+        EXPECT_TRUE(d.printTarget().bAfterCapabilityCheck);
+    }
 }
 
 TEST(TargetFile, OptionChecksAndNames) {

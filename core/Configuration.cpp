@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <string>
 #include <system_error>
 
 namespace nbx::Configuration {
@@ -44,6 +45,18 @@ std::string deviceUriHost() {
 std::string resourcesFolder() {
     return fromEnvironment("NBX_RESOURCES",
                            (executableFolder() / ".." / "share" / "nimbrix").lexically_normal());
+}
+
+std::string agentProgram() {
+    return fromEnvironment("NBX_AGENT_PROGRAM", NBX_AGENT_INSTALL_PATH);
+}
+
+std::string sessionFolder(unsigned uid) {
+    return fromEnvironment("NBX_SESSION_FOLDER", "/run/user/" + std::to_string(uid));
+}
+
+std::string jobUserHome(const std::string& fromUserDatabase) {
+    return fromEnvironment("NBX_JOB_HOME", fromUserDatabase);
 }
 
 std::string flagsFolder() {

@@ -23,6 +23,15 @@ std::string deviceUriHost();
 // Folder holding Info.plist, languageXML/ and images/ (NBX_RESOURCES); by default the
 // share/nimbrix folder beside the program's bin/ folder, in the build tree and installed alike.
 std::string resourcesFolder();
+// The agent program the print back end starts for a job (NBX_AGENT_PROGRAM); by default the
+// installed one.
+std::string agentProgram();
+// Folder of a user's login session, where its bus listens as "bus" (NBX_SESSION_FOLDER); by
+// default /run/user/UID.
+std::string sessionFolder(unsigned uid);
+// Home folder of the user a print job belongs to (NBX_JOB_HOME); by default the one the user
+// database names.
+std::string jobUserHome(const std::string& fromUserDatabase);
 // Folder of the country flag pictures, one "<alpha2>.png" each (NBX_FLAGS_FOLDER).
 std::string flagsFolder();
 

@@ -4,7 +4,7 @@
 NBX_BUILD_PACKAGES=(
   cmake ninja-build g++ pkg-config gzip
   qt6-base-dev libplist-dev libcurl4-openssl-dev libcpp-httplib-dev libpugixml-dev
-  libcups2-dev libssl-dev libsystemd-dev famfamfam-flag-png
+  libcups2-dev libssl-dev libsystemd-dev libqpdf-dev famfamfam-flag-png
 )
 NBX_TEST_PACKAGES=(
   googletest libgtest-dev libgmock-dev libbenchmark-dev nlohmann-json3-dev rapidjson-dev

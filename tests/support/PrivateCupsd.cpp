@@ -88,7 +88,8 @@ std::string whyCupsdCannotRun() {
 
 }  // namespace
 
-std::unique_ptr<PrivateCupsd> PrivateCupsd::start(std::string* whyNot) {
+std::unique_ptr<PrivateCupsd> PrivateCupsd::start(std::string* whyNot,
+                                                  Environment backendEnvironment) {
     std::string reason = whyCupsdCannotRun();
     // Not under TMPDIR: that may be a private folder user lp cannot pass through.
     std::string pattern = "/tmp/nbx-cupsd-XXXXXX";
@@ -97,7 +98,7 @@ std::unique_ptr<PrivateCupsd> PrivateCupsd::start(std::string* whyNot) {
         if (whyNot) *whyNot = reason;
         return nullptr;
     }
-    std::unique_ptr<PrivateCupsd> cupsd(new PrivateCupsd(pattern));
+    std::unique_ptr<PrivateCupsd> cupsd(new PrivateCupsd(pattern, std::move(backendEnvironment)));
     if (!cupsd->prepareFolders(&reason)) {
         if (whyNot) *whyNot = reason;
         return nullptr;
@@ -154,11 +155,8 @@ bool PrivateCupsd::prepareFolders(std::string* whyNot) const {
     }
     const auto backend = base_ / "serverbin/backend/nbxbackend";
     if (!ec) fs::copy_file(NBX_BIN_DIR "/nbxbackend", backend, ec);
-    if (!ec)
-        fs::permissions(backend,
-                        fs::perms::owner_all | fs::perms::group_read | fs::perms::group_exec |
-                            fs::perms::others_read | fs::perms::others_exec,
-                        ec);
+    // As installed: for its owner only, so the scheduler runs it as root.
+    if (!ec) fs::permissions(backend, fs::perms::owner_all, ec);
     if (ec && whyNot) *whyNot = "cannot prepare " + base_.string() + ": " + ec.message();
     return !ec;
 }
@@ -167,16 +165,20 @@ bool PrivateCupsd::writeConfiguration(std::string* whyNot) const {
     const std::string base = base_.string();
     std::ostringstream conf;
     conf << "Listen 127.0.0.1:" << port_ << "\n"
-         << "Browsing Off\nLogLevel warn\nWebInterface No\n"
+         << "Browsing Off\nLogLevel debug\nWebInterface No\n"
          << "<Location />\n  Order allow,deny\n  Allow all\n</Location>\n"
          << "<Location /admin>\n  Order allow,deny\n  Allow all\n</Location>\n"
-         << "<Policy default>\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n";
+         << "<Policy default>\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n"
+         // A job the back end asks to retry comes back within a second, not minutes.
+         << "JobRetryInterval 1\n";
     std::ostringstream files;
     files << "ServerRoot " << base << "\nStateDir " << base << "/state\nCacheDir " << base
           << "/cache\nRequestRoot " << base << "/spool\nTempDir " << base
           << "/spool/tmp\nServerBin " << base << "/serverbin\nAccessLog " << base
           << "/log/access_log\nErrorLog " << base << "/log/error_log\nPageLog " << base
           << "/log/page_log\nFileDevice yes\nUser lp\nGroup lp\nSystemGroup root\n";
+    for (const auto& [name, value] : environment_)
+        files << "SetEnv " << name << " " << value << "\n";
     const bool written = writeFile(base_ / "cupsd.conf", conf.str()) &&
                          writeFile(base_ / "cups-files.conf", files.str());
     if (!written && whyNot) *whyNot = "cannot write the scheduler's configuration";

@@ -7,6 +7,8 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace nbx::test {
 
@@ -15,8 +17,11 @@ namespace nbx::test {
 // commands it runs) at it; the machine's own printing system is never read or changed.
 class PrivateCupsd {
 public:
+    using Environment = std::vector<std::pair<std::string, std::string>>;
     // Null, with the reason in *whyNot, when this machine cannot run one (not root, no cupsd).
-    static std::unique_ptr<PrivateCupsd> start(std::string* whyNot);
+    // The environment is what the scheduler gives its back ends, beside its own.
+    static std::unique_ptr<PrivateCupsd> start(std::string* whyNot,
+                                               Environment backendEnvironment = {});
     ~PrivateCupsd();
     PrivateCupsd(const PrivateCupsd&) = delete;
     PrivateCupsd& operator=(const PrivateCupsd&) = delete;
@@ -28,7 +33,8 @@ public:
     std::string errorLog() const;
 
 private:
-    explicit PrivateCupsd(std::filesystem::path base) : base_(std::move(base)) {}
+    PrivateCupsd(std::filesystem::path base, Environment environment)
+        : base_(std::move(base)), environment_(std::move(environment)) {}
     bool prepareFolders(std::string* whyNot) const;
     bool writeConfiguration(std::string* whyNot) const;
     bool launch(std::string* whyNot);
@@ -38,6 +44,7 @@ private:
     void restoreClients();
 
     std::filesystem::path base_;
+    Environment environment_;
     int port_ = 0;
     pid_t pid_ = -1;
     bool clientsPointed_ = false;

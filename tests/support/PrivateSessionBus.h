@@ -21,6 +21,8 @@ public:
     PrivateSessionBus& operator=(const PrivateSessionBus&) = delete;
 
     const std::string& address() const { return address_; }
+    // Where the bus listens, as "bus": a login session's folder to whoever looks for one.
+    const std::filesystem::path& folder() const { return base_; }
 
 private:
     explicit PrivateSessionBus(std::filesystem::path base);

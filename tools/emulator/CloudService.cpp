@@ -112,9 +112,13 @@ bool oneOf(const PropertyValue& value, std::initializer_list<const char*> allowe
                        [&](const char* word) { return value.string() == word; });
 }
 
-// The print options a sender may give, checked and gathered into one dictionary.
-std::optional<std::string> printOptions(const PropertyValue& body, PropertyValue* options) {
+// The print options a sender may give, checked and gathered into one dictionary. The desktop
+// agent's sends carry them in "printOption".
+std::optional<std::string> printOptions(const PropertyValue& request, PropertyValue* options) {
     *options = PropertyValue::dictionary();
+    const PropertyValue& nested = request["printOption"];
+    if (!nested.isNull() && !nested.isDictionary()) return "printOption must be an object";
+    const PropertyValue& body = nested.isNull() ? request : nested;
     const PropertyValue& copies = body["copies"];
     if (!copies.isNull() && (!copies.isInteger() || copies.integer().value_or(0) < 1)) {
         return "copies must be a positive integer";

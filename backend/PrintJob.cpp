@@ -107,6 +107,8 @@ private:
         const int status =
             runAndWait(Configuration::agentProgram(), options.agentArguments(pages, targetPath),
                        session_.agentEnvironment());
+        if (terminationWasRequested())
+            return end("INFO", "Cancelled while waiting for the choice", CUPS_BACKEND_CANCEL);
         const std::optional<PropertyValue> target = readPropertyListFile(targetPath);
         if (!target) return end("INFO", "Cancelled in the Nimbrix window", CUPS_BACKEND_CANCEL);
         if (!isComplete(*target)) {

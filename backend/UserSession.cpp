@@ -153,6 +153,10 @@ std::vector<std::string> UserSession::agentEnvironment() const {
     return environment;
 }
 
+bool terminationWasRequested() {
+    return terminationRequested;
+}
+
 int runAndWait(const std::string& program, const std::vector<std::string>& arguments,
                const std::vector<std::string>& environment) {
     std::vector<char*> argv = {const_cast<char*>(program.c_str())};
@@ -164,9 +168,10 @@ int runAndWait(const std::string& program, const std::vector<std::string>& argum
         envp.push_back(const_cast<char*>(variable.c_str()));
     envp.push_back(nullptr);
 
-    struct sigaction action {};
+    struct sigaction action {
+    }, previous{};
     action.sa_handler = requestTermination;
-    sigaction(SIGTERM, &action, nullptr);
+    sigaction(SIGTERM, &action, &previous);
     // The agent keeps its own log; its chatter is not the scheduler's business.
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
@@ -180,14 +185,19 @@ int runAndWait(const std::string& program, const std::vector<std::string>& argum
     if (spawned != 0) return -1;
     int status = 0;
     bool passed = false;
+    bool waited = true;
     while (waitpid(pid, &status, 0) < 0) {
-        if (errno != EINTR) return -1;
+        if (errno != EINTR) {
+            waited = false;
+            break;
+        }
         if (terminationRequested && !passed) {
             kill(pid, SIGTERM);
             passed = true;
         }
     }
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    sigaction(SIGTERM, &previous, nullptr);
+    return waited && WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace nbx::backend

@@ -43,5 +43,7 @@ private:
 // not start or did not exit normally.
 int runAndWait(const std::string& program, const std::vector<std::string>& arguments,
                const std::vector<std::string>& environment);
+// The scheduler asked the back end to stop (the job was cancelled) while it waited.
+bool terminationWasRequested();
 
 }  // namespace nbx::backend

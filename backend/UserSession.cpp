@@ -32,9 +32,10 @@ bool startsWith(const std::string& text, const char* prefix) {
     return text.rfind(prefix, 0) == 0;
 }
 
-// Settings an administrator gives the scheduler for its back ends, passed on to the agent.
+// Settings an administrator gives the scheduler for its back ends, passed on to the agent. The
+// scheduler's own server name is for filters; the agent finds it in the client configuration.
 bool passedOn(const std::string& variable) {
-    for (const char* prefix : {"NBX_", "QT_", "CUPS_SERVER=", "LANG=", "LC_ALL="})
+    for (const char* prefix : {"NBX_", "QT_", "CUPS_SERVERROOT=", "LANG=", "LC_ALL="})
         if (startsWith(variable, prefix)) return true;
     return false;
 }

@@ -1,0 +1,1 @@
+// Filled by the work on friends, profile and account.

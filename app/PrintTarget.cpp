@@ -103,6 +103,8 @@ void PrintTarget::recordPrintTarget() {
     app_.log("bAfterCapabilityCheck is TRUE");
     app_.showRefreshWindow("START", true);
     app_.printers().getSupportCapabilitySelectPrinter();
+    // From here a service error leaves the window up for another choice instead of quitting.
+    bCapabilityCheckCompleted = true;
     if (!writeToTargetPlist() && untouched) writePropertyListFile(path, *untouched);
     app_.showRefreshWindow("STOP", false);
 }

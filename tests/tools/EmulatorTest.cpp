@@ -147,6 +147,53 @@ TEST_F(EmulatorTest, AgentsAreListedBoundRenamedAndReleasedByTheirOwnerOnly) {
               0);
 }
 
+// Sign-in wants only an appID; a bind takes only a token sign-in issued for that account once
+// accounts are seeded, and any token before.
+TEST_F(EmulatorTest, AccountSignInIssuesTheTokensThatBindAccepts) {
+    emulator.seed(json(kUsers));
+    // A bind answers the user's next access token.
+    std::string userToken = "me";
+    const auto bind = [&](const std::string& account, const std::string& token) {
+        V answer = client.call(
+            "PUT", "/idmmgtsvc/user/account/bind",
+            R"({"valmoraAccount":")" + account + R"(","valmoraAccessToken":")" + token + "\"}",
+            userToken);
+        userToken = answer["accessToken"].string().value_or(userToken);
+        return answer;
+    };
+    expectOutcome(bind("ann@va", "made-up"), nullptr, "no accounts seeded");
+    emulator.seed(json(R"({"accounts":[{"accountId":"ann@va","password":"pw"},
+                                       {"accountId":"bob@va","password":"pw2"}]})"));
+    const auto signIn = [this](const std::string& body, const std::string& appId = kAppId) {
+        return decode(client.http.Post("/nbx/v2/idmmgtsvc/account/signin", {{"appID", appId}}, body,
+                                       "application/json"));
+    };
+    const std::string ann =
+        signIn(R"({"accountId":"ann@va","password":"pw"})")["valmoraAccessToken"].string().value_or(
+            "");
+    const std::string bob =
+        signIn(R"({"accountId":"bob@va","password":"pw2"})")["valmoraAccessToken"]
+            .string()
+            .value_or("");
+    ASSERT_TRUE(ann.starts_with("va-") && bob.starts_with("va-") && ann != bob) << ann << bob;
+    const struct {
+        V answer;
+        const char* errorCode;
+        const char* name;
+    } rows[] = {
+        {signIn(R"({"accountId":"ann@va","password":"PW"})"), "15000", "wrong password"},
+        {signIn(R"({"accountId":"nobody","password":"pw"})"), "15000", "unknown account"},
+        {signIn(R"({"accountId":"ann@va"})"), "11001", "no password"},
+        {signIn(R"({"accountId":"ann@va","password":"pw"})", "short"), "62000", "bad appID"},
+        {bind("ann@va", ann), nullptr, "own token"},
+        {bind("ann@va", bob), "15001", "another account's token"},
+        {bind("ann@va", "made-up"), "15001", "made-up token"},
+        {bind("carl@va", ann), "15001", "unknown account"},
+    };
+    for (const auto& row : rows)
+        expectOutcome(row.answer, row.errorCode, row.name);
+}
+
 TEST_F(EmulatorTest, FaultsMatchByPathMethodAndCount) {
     const struct {
         const char* fault;

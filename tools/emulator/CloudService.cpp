@@ -237,21 +237,27 @@ std::optional<ApiReply> CloudService::admit(const Route& route, Call& call) {
         return error("11001", "deviceId must be twelve lower-case hexadecimal digits");
     }
     if (route.access == Access::Agent) return admitAgent(call);
+    if (route.access == Access::Account) return readBody(route, call);
     call.countryCode = request.get_header_value("countryCode");
     call.phone = request.get_header_value("identifier");
     if (!allDigits(call.countryCode, 4)) return error("12001", "invalid country code");
     if (!allDigits(call.phone, 15) || call.phone.front() == '0') {
         return error("12000", "invalid phone number");
     }
-    if (route.jsonBody && !request.body.empty()) {
-        if (request.get_header_value("Content-Type").rfind("application/json", 0) != 0) {
-            return error("11000", "the body must be sent as application/json");
-        }
-        auto body = objectFromJSONData(request.body);
-        if (!body || !body->isDictionary()) return error("11000", "the body is not a JSON object");
-        call.body = std::move(*body);
-    }
+    if (auto refusal = readBody(route, call)) return refusal;
     if (route.access == Access::Member) return admitMember(call);
+    return std::nullopt;
+}
+
+std::optional<ApiReply> CloudService::readBody(const Route& route, Call& call) {
+    const auto& request = call.request;
+    if (!route.jsonBody || request.body.empty()) return std::nullopt;
+    if (request.get_header_value("Content-Type").rfind("application/json", 0) != 0) {
+        return error("11000", "the body must be sent as application/json");
+    }
+    auto body = objectFromJSONData(request.body);
+    if (!body || !body->isDictionary()) return error("11000", "the body is not a JSON object");
+    call.body = std::move(*body);
     return std::nullopt;
 }
 
@@ -317,14 +323,10 @@ void CloudService::addAccountRoutes() {
                        [this](Call& call) { return validateIdentifier(call); }});
     routes_.push_back({"PUT", "/idmmgtsvc/user", Access::Member, true,
                        [this](Call& call) { return subscribers(call); }});
-    routes_.push_back(
-        {"PUT", "/idmmgtsvc/user/account/bind", Access::Member, true, [this](Call& call) {
-             auto account = call.body["valmoraAccount"].string();
-             auto token = call.body["valmoraAccessToken"].string();
-             if (!account || !token) return error("11001", "account and token needed");
-             call.user->set("valmoraAccount", *account);
-             return ApiReply{200, success({{"accessToken", state_.issueToken(*call.user)}})};
-         }});
+    routes_.push_back({"POST", "/idmmgtsvc/account/signin", Access::Account, true,
+                       [this](Call& call) { return signInAccount(call); }});
+    routes_.push_back({"PUT", "/idmmgtsvc/user/account/bind", Access::Member, true,
+                       [this](Call& call) { return bindAccount(call); }});
     routes_.push_back({"GET", "/idmmgtsvc/user/account", Access::Member, true, [](Call& call) {
                            const auto& account = (*call.user)["valmoraAccount"];
                            return ApiReply{200, success({{"isBound", account.isString()},
@@ -434,6 +436,26 @@ ApiReply CloudService::validateIdentifier(Call& call) {
     PropertyDictionary& user = state_.ensureUser(call.countryCode, call.phone);
     user.set("isSubscribed", true);
     return {200, success({{"accessToken", state_.issueToken(user)}, {"userId", user["userId"]}})};
+}
+
+ApiReply CloudService::signInAccount(Call& call) {
+    auto accountId = call.body["accountId"].string();
+    auto password = call.body["password"].string();
+    if (!accountId || !password) return error("11001", "accountId and password needed");
+    auto token = state_.signInAccount(*accountId, *password);
+    if (!token) return error("15000", "the account ID or password is wrong");
+    return {200, success({{"valmoraAccessToken", *token}})};
+}
+
+ApiReply CloudService::bindAccount(Call& call) {
+    auto account = call.body["valmoraAccount"].string();
+    auto token = call.body["valmoraAccessToken"].string();
+    if (!account || !token) return error("11001", "account and token needed");
+    if (!state_.isAccountToken(*account, *token)) {
+        return error("15001", "the account token was not issued for this account");
+    }
+    call.user->set("valmoraAccount", *account);
+    return {200, success({{"accessToken", state_.issueToken(*call.user)}})};
 }
 
 ApiReply CloudService::subscribers(Call& call) {

@@ -49,7 +49,8 @@ public:
 
 private:
     // Agent: the polling agent's own requests, named by the computer's MAC, not by a phone.
-    enum class Access { Verification, Member, Agent };
+    // Account: the account service's sign-in, which knows no phone.
+    enum class Access { Verification, Member, Agent, Account };
     struct Call;
     using Operation = std::function<ApiReply(Call&)>;
     struct Route {
@@ -68,10 +69,13 @@ private:
     std::optional<ApiReply> admit(const Route& route, Call& call);
     std::optional<ApiReply> admitMember(Call& call);
     std::optional<ApiReply> admitAgent(Call& call);
+    static std::optional<ApiReply> readBody(const Route& route, Call& call);
 
     ApiReply requestPin(Call& call, const std::string& messageType);
     ApiReply validateIdentifier(Call& call);
     ApiReply subscribers(Call& call);
+    ApiReply signInAccount(Call& call);
+    ApiReply bindAccount(Call& call);
     ApiReply agentList(Call& call);
     ApiReply bindAgent(Call& call, const std::string& type);
     ApiReply releaseAgents(Call& call);

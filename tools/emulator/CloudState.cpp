@@ -123,9 +123,15 @@ std::optional<std::string> problemInAgent(const PropertyValue& agent) {
     return std::nullopt;
 }
 
+bool isAccount(const PropertyValue& account) {
+    return VerifyIfObjectIsOfType(account["accountId"], PropertyValue::Type::String) &&
+           VerifyIfObjectIsOfType(account["password"], PropertyValue::Type::String) &&
+           (account["tokens"].isNull() || account["tokens"].isArray());
+}
+
 std::optional<std::string> problemInSeed(const PropertyValue& seed) {
     if (!seed.isDictionary()) return "the seed must be a JSON object";
-    for (const char* list : {"users", "agents", "blocklist"}) {
+    for (const char* list : {"users", "agents", "accounts", "blocklist"}) {
         if (!seed[list].isNull() && !seed[list].isArray()) {
             return std::string("\"") + list + "\" must be an array";
         }
@@ -138,6 +144,9 @@ std::optional<std::string> problemInSeed(const PropertyValue& seed) {
     }
     for (const auto& agent : listOf(seed["agents"])) {
         if (auto problem = problemInAgent(agent)) return problem;
+    }
+    for (const auto& account : listOf(seed["accounts"])) {
+        if (!isAccount(account)) return "each account needs a non-empty accountId and password";
     }
     for (const auto& mac : listOf(seed["blocklist"])) {
         if (!mac.isString()) return "blocklist entries must be strings";
@@ -154,6 +163,7 @@ CloudState::CloudState() {
 void CloudState::reset() {
     users_ = PropertyValue::array();
     agents_ = PropertyValue::array();
+    accounts_ = PropertyValue::array();
     pins_ = PropertyValue::array();
     contents_ = PropertyValue::array();
     jobs_ = PropertyValue::array();
@@ -179,6 +189,14 @@ std::optional<std::string> CloudState::merge(const PropertyValue& seed) {
     }
     for (const auto& agent : listOf(seed["agents"]))
         mergeAgent(*agent.dictionaryPtr());
+    for (const auto& account : listOf(seed["accounts"])) {
+        PropertyValue* existing = findAccount(*account["accountId"].string());
+        if (existing) {
+            *existing = account;
+        } else {
+            accounts_.append(account);
+        }
+    }
     for (const auto& mac : listOf(seed["blocklist"])) {
         if (!isBlocked(*mac.string())) blocklist_.append(mac);
     }
@@ -203,6 +221,7 @@ void CloudState::mergeAgent(PropertyDictionary agent) {
 PropertyValue CloudState::toValue() const {
     return PropertyValue::dictionary({{"users", users_},
                                       {"agents", agents_},
+                                      {"accounts", accounts_},
                                       {"pins", pins_},
                                       {"contents", contents_},
                                       {"jobs", jobs_},
@@ -310,6 +329,36 @@ bool CloudState::consumePin(const std::string& countryCode, const std::string& p
         if (!fresh || !matches || (*it)["used"].isTrue()) return false;
         it->set("used", true);
         return true;
+    }
+    return false;
+}
+
+PropertyValue* CloudState::findAccount(const std::string& accountId) {
+    for (auto& account : *accounts_.arrayPtr()) {
+        if (account["accountId"].string() == accountId) return &account;
+    }
+    return nullptr;
+}
+
+std::optional<std::string> CloudState::signInAccount(const std::string& accountId,
+                                                     const std::string& password) {
+    PropertyValue* account = findAccount(accountId);
+    if (!account || (*account)["password"].string() != password) return std::nullopt;
+    std::string token = "va-" + randomHex(generator(), 32);
+    // Every sign-in keeps its token: the account may be bound from several computers.
+    if (!(*account)["tokens"].isArray()) account->set("tokens", PropertyValue::array());
+    account->dictionaryPtr()->find("tokens")->append(token);
+    return token;
+}
+
+bool CloudState::isAccountToken(const std::string& accountId, const std::string& token) const {
+    const auto& accounts = *accounts_.arrayPtr();
+    if (accounts.empty()) return true;
+    for (const auto& account : accounts) {
+        if (account["accountId"].string() != accountId) continue;
+        for (const auto& issued : listOf(account["tokens"])) {
+            if (issued.string() == token) return true;
+        }
     }
     return false;
 }

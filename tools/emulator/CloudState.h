@@ -22,8 +22,9 @@ public:
     CloudState();
 
     void reset();
-    // Merges {"users":[...], "agents":[...], "blocklist":[...], "options":{...}}; users and
-    // agents replace records with the same phone or agentId. Answers an error text on a bad form.
+    // Merges {"users":[...], "agents":[...], "accounts":[...], "blocklist":[...], "options":{...}};
+    // users, agents and accounts replace records with the same phone, agentId or accountId.
+    // Answers an error text on a bad form.
     std::optional<std::string> merge(const PropertyValue& seed);
     PropertyValue toValue() const;
     bool load(const std::string& file, std::string* error);
@@ -40,6 +41,12 @@ public:
     bool consumePin(const std::string& countryCode, const std::string& phone, std::int64_t pin);
     // The PINs in issue order, as the admin path lists them.
     PropertyValue issuedPins() const;
+
+    // The account service: a token for the right password, remembered for that account.
+    std::optional<std::string> signInAccount(const std::string& accountId,
+                                             const std::string& password);
+    // True when sign-in issued `token` for the account; any token while no account is seeded.
+    bool isAccountToken(const std::string& accountId, const std::string& token) const;
 
     PropertyArray& agents() { return *agents_.arrayPtr(); }
     PropertyDictionary* findAgent(const std::string& agentId);
@@ -61,9 +68,11 @@ public:
 
 private:
     void mergeAgent(PropertyDictionary agent);
+    PropertyValue* findAccount(const std::string& accountId);
 
     PropertyValue users_;
     PropertyValue agents_;
+    PropertyValue accounts_;
     PropertyValue pins_;
     PropertyValue contents_;
     PropertyValue jobs_;

@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "AboutSheet.h"
+#include "AccountLink.h"
 #include "AlertSheet.h"
 #include "BackendLink.h"
 #include "CIButton.h"
@@ -21,6 +22,7 @@
 #include "PrinterList.h"
 #include "PrinterScreen.h"
 #include "PrinterSharing.h"
+#include "SendToFriend.h"
 #include "ServiceSettings.h"
 #include "SettingScreen.h"
 #include "TonerStatus.h"
@@ -38,6 +40,8 @@ AppDelegate::AppDelegate(AppPlatform platform, QObject* parent)
       printTarget_(std::make_unique<PrintTarget>(*this)),
       settings_(std::make_unique<ServiceSettings>(*this)),
       profile_(std::make_unique<FriendsProfile>(*this)),
+      friends_(std::make_unique<SendToFriend>(*this)),
+      account_(std::make_unique<AccountLink>(*this)),
       toner_(std::make_unique<TonerStatus>(*this)) {}
 
 AppDelegate::~AppDelegate() {
@@ -124,7 +128,10 @@ void AppDelegate::connectWindow() {
     connect(w->settingScreen->searchButton(), &QPushButton::clicked, this,
             [this] { sharing_->clickSelectPrinter(); });
     connect(w->settingScreen->registrationCheckBox(), &QCheckBox::toggled, this,
-            [this] { sharing_->ManagedPrinterRegistrationBtn(); });
+            [this](bool ticked) {
+                sharing_->clickSharingPrinterCheckBox(ticked);
+                sharing_->ManagedPrinterRegistrationBtn();
+            });
     // Cancel puts back what is registered.
     connect(w->settingScreen->cancelButton(), &QPushButton::clicked, this,
             [this] { sharing_->updateAgentInfo(); });
@@ -142,6 +149,8 @@ void AppDelegate::connectWindow() {
     printers_->connectWindow(w);
     printerActions_->connectWindow(w);
     settings_->connectWindow(w);
+    friends_->connectWindow(w);
+    account_->connectWindow(w);
 }
 
 }  // namespace nbx

@@ -22,6 +22,7 @@
 
 namespace nbx {
 
+class AccountLink;
 class BackendLink;
 class FriendsProfile;
 class MainWindow;
@@ -30,6 +31,7 @@ class PrinterActions;
 class PrinterList;
 class PrinterSharing;
 class PrintTarget;
+class SendToFriend;
 class ServiceSettings;
 class TonerStatus;
 
@@ -133,6 +135,8 @@ public:
     PrintTarget& printTarget() { return *printTarget_; }
     ServiceSettings& settings() { return *settings_; }
     FriendsProfile& profile() { return *profile_; }
+    SendToFriend& friends() { return *friends_; }
+    AccountLink& account() { return *account_; }
     TonerStatus& toner() { return *toner_; }
 
 private:
@@ -166,6 +170,8 @@ private:
     std::unique_ptr<PrintTarget> printTarget_;
     std::unique_ptr<ServiceSettings> settings_;
     std::unique_ptr<FriendsProfile> profile_;
+    std::unique_ptr<SendToFriend> friends_;
+    std::unique_ptr<AccountLink> account_;
     std::unique_ptr<TonerStatus> toner_;
 };
 

@@ -170,6 +170,24 @@ void PrinterSharing::ManagedPrinterRegistrationBtn() {
     screen->applyButton()->setEnabled(next);
 }
 
+void PrinterSharing::clickSharingPrinterCheckBox(bool ticked) {
+    SettingScreen* screen = app_.window()->settingScreen;
+    const std::string model = dicRegistSelectPrint.get()["ModelName"].string().value_or("");
+    if (ticked && !model.empty()) screen->modelField()->setText(QString::fromStdString(model));
+    setTextColor(screen->modelField(), ticked);
+    screen->modelField()->setEnabled(ticked);
+    screen->searchButton()->setEnabled(ticked);
+}
+
+void PrinterSharing::clickChangePrinter() {
+    MainWindow* w = app_.window();
+    w->setToolbarVisible(false);
+    w->setTitleViewVisible(true);
+    w->setWizardButtonsVisible(true);
+    w->wizardCancel->setEnabled(true);
+    app_.showSharingPrinterScreen();
+}
+
 void PrinterSharing::updateAgentInfo() {
     const PropertyValue agent = app_.shared().dicGetAgentInfo.get();
     SettingScreen* screen = app_.window()->settingScreen;

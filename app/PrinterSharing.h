@@ -21,6 +21,10 @@ public:
     // Fills the back-end request from the chosen printer; false when it cannot be made.
     bool makeSPInfoDic();
     void ManagedPrinterRegistrationBtn();
+    // The registration box changed: the picked printer's model and the search button follow it.
+    void clickSharingPrinterCheckBox(bool ticked);
+    // Leaves the current view for the sharing-printer screen of the wizard.
+    void clickChangePrinter();
     void updateAgentInfo();
     // Worker: launch the notification helper and wait for it; "-add" returns once the polling
     // agent listens, so the next request is heard.

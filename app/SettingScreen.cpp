@@ -139,6 +139,15 @@ QWidget* SettingScreen::profileSection(const Localizer& tr) {
     row->addWidget(edit_);
     row->addWidget(authenticate_);
     layout->addLayout(row);
+    // The account is signed in and out by the account program, which asks for the ID itself.
+    layout->addWidget(heading(tr("Account ID")));
+    signIn_ = new QPushButton(tr("Sign In"));
+    signOut_ = new QPushButton(tr("Sign Out"));
+    auto* account = new QHBoxLayout;
+    account->addStretch();
+    account->addWidget(signIn_);
+    account->addWidget(signOut_);
+    layout->addLayout(account);
     layout->addStretch();
     return page;
 }

@@ -34,6 +34,8 @@ public:
     QLabel* senderLabel() const { return sender_; }
     QPushButton* editButton() const { return edit_; }
     QPushButton* authenticateButton() const { return authenticate_; }
+    QPushButton* signInButton() const { return signIn_; }
+    QPushButton* signOutButton() const { return signOut_; }
     QPushButton* applyButton() const { return apply_; }
     QPushButton* cancelButton() const { return cancel_; }
 
@@ -54,6 +56,8 @@ private:
     QLabel* sender_ = nullptr;
     QPushButton* edit_ = nullptr;
     QPushButton* authenticate_ = nullptr;
+    QPushButton* signIn_ = nullptr;
+    QPushButton* signOut_ = nullptr;
     QPushButton* apply_;
     QPushButton* cancel_;
 };

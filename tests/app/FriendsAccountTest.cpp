@@ -1,1 +1,235 @@
-// Filled by the work on friends, profile and account.
+#include "AccountLink.h"
+#include "AppHarness.h"
+#include "CloudEmulator.h"
+#include "JSONKit.h"
+#include "NBXAuthenticationManger.h"
+#include "NBXNotificationCenter.h"
+#include "NBXPrinterCell.h"
+#include "SendToFriend.h"
+
+namespace nbx::test {
+namespace {
+
+const char* const kBindPath = "/nbx/v2/idmmgtsvc/user/account/bind";
+
+// Runs the first held worker only: the refresh that a shown settings screen starts stays held.
+void runFirstWorker(AppHarness& h) {
+    ASSERT_FALSE(h.workers.empty());
+    auto work = h.workers.front();
+    h.workers.erase(h.workers.begin());
+    std::thread(work).join();
+    AppHarness::drainEvents();
+}
+
+// An account program that records its arguments, puts `vaFile` (when given) in place of the
+// user's va.plist as the real one stores the account, and exits with `status`.
+void installAccountApplication(const AppHarness& h, int status, const std::string& vaFile = {}) {
+    const std::string folder = h.helperFolder() + "Valmora Account.app/Contents/MacOS/";
+    std::filesystem::create_directories(folder);
+    std::ofstream script(folder + "Valmora Account");
+    script << "#!/bin/sh\nprintf '%s' \"$*\" > \"" << h.home.path() << "/account-arguments\"\n";
+    if (!vaFile.empty()) script << "cp \"" << vaFile << "\" \"" << h.userFile("va.plist") << "\"\n";
+    script << "exit " << status << "\n";
+    script.close();
+    std::filesystem::permissions(folder + "Valmora Account", std::filesystem::perms::owner_all);
+}
+
+std::string accountArguments(const AppHarness& h) {
+    std::stringstream text;
+    text << std::ifstream(h.home.path() + "/account-arguments").rdbuf();
+    return text.str();
+}
+
+// The next button of the Printer tab follows the friend's fields, the notifications the code
+// formatters post and the country popup; it needs a signed-in user.
+TEST(SendToFriend, SendJobNeedsTheUserAndBothNumbers) {
+    struct {
+        const char* action;  // "click", "post" (userInfo) or "flag" (code chosen in the popup)
+        QString code, phone;
+        QVariantMap userInfo;
+        bool signedIn, enabled;
+    } const steps[] = {
+        {"click", "44", "07700900123", {}, true, true},
+        {"click", "00", "7700900123", {}, true, false},
+        {"click", "", "7700900123", {}, true, false},
+        {"click", "44", "", {}, true, false},
+        {"click", "44", "000", {}, true, false},
+        // The posted value counts, the other one is the field's.
+        {"post", "44", "", {{"Phone", "0555"}}, true, true},
+        {"post", "44", "555", {{"Code", "0"}}, true, false},
+        {"post", "", "555", {{"Code", "1"}}, true, true},
+        {"flag", "44", "555", {}, true, true},
+        {"click", "44", "7700900123", {}, false, false},
+    };
+    AppHarness h;
+    h.signIn("82", "101234");
+    AppDelegate& d = h.launch();
+    PrinterScreen* screen = d.window()->printerScreen;
+    PhoneEntry* entry = screen->friendEntry();
+    for (const auto& s : steps) {
+        SCOPED_TRACE(std::string(s.action) + " " + s.code.toStdString() + " " +
+                     s.phone.toStdString());
+        if (!s.signedIn) std::filesystem::remove(h.userFile("MyInfo.plist"));
+        entry->codeField()->setText(s.code);
+        entry->phoneField()->setText(s.phone);
+        screen->printerTable()->setCurrentRow(0);
+        screen->nextButton()->setEnabled(!s.enabled);
+        if (std::string(s.action) == "click") {
+            d.friends().clickFriendTableView();
+            EXPECT_EQ(screen->selectedPrinterRow(), -1);
+            EXPECT_EQ(screen->nextButton()->text(), "Send Job");
+        } else if (std::string(s.action) == "post") {
+            NBXNotificationCenter::defaultCenter().postNotificationName("insertUserInfo",
+                                                                        s.userInfo);
+        } else {
+            int index = -1;
+            for (std::size_t i = 0; i < d.arrCountyCode().size() && index < 0; ++i)
+                if (d.arrCountyCode().at(i)["Code"].string() == "1") index = static_cast<int>(i);
+            d.friends().clickContryFlag_Friend(index);
+            EXPECT_EQ(entry->codeField()->text(), "1");
+        }
+        EXPECT_EQ(screen->nextButton()->isEnabled(), s.enabled);
+    }
+}
+
+// A print launch sent to a friend's phone: the choice is kept as the recent target and the back
+// end's target file names the phone, which the service knows.
+TEST(SendToFriend, SendJobWritesThePhoneTarget) {
+    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
+    ASSERT_TRUE(emulator.ok());
+    emulator.seed(
+        dict({{"users",
+               PropertyValue::array({dict({{"countryCode", "82"}, {"phoneNumber", "101234"}}),
+                                     dict({{"countryCode", "1"}, {"phoneNumber", "5550100"}})})}}));
+    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+    AppHarness h;
+    h.signIn("82", "0101234");
+    h.writeUserFile("com.Valmora.nbx.plist", dict({{"DirectPrint", "FALSE"}}));
+    AppDelegate& d = h.launch({"-TotalPages:2", h.targetArgument()});
+    d.actionClickToolbar("Printer");
+    PrinterScreen* screen = d.window()->printerScreen;
+    screen->friendTable()->setCurrentRow(0);
+    d.friends().clickFriendTableView();
+    screen->friendEntry()->codeField()->setText("1");
+    QTest::keyClicks(screen->friendEntry()->phoneField(), "05550100");
+    ASSERT_TRUE(screen->nextButton()->isEnabled());
+    screen->nextButton()->click();
+    EXPECT_EQ(h.readUserFile("com.Valmora.nbx.plist")["SendInfo"],
+              dict({{"Type", "Friend"}, {"Code", "1"}, {"PhoneNumber", "5550100"}}));
+    const PropertyValue target = readPropertyListFile(h.target()).value_or(nullptr);
+    EXPECT_EQ(target["TargetType"].string(), "Phone") << target.description();
+    EXPECT_EQ(target["TargetCountryCode"].string(), "1");
+    EXPECT_EQ(target["TargetPhoneNumber"].string(), "5550100");
+    EXPECT_EQ(h.alerts->texts(), Texts{});
+}
+
+// Signing out from the button asks first; a "No" leaves everything as it was. Otherwise the
+// account program signs out, the printer list file goes and a printer may be added again.
+TEST(Account, SignOut) {
+    const std::string question = "Are you sure you want to sign out?";
+    struct {
+        const char* name;
+        bool fromButton, installed;
+        int answer;
+        Texts alerts;
+        bool signedOut;
+    } const cases[] = {
+        {"Declined", true, true, 1, {question}, false},
+        {"Accepted", true, true, 0, {question}, true},
+        {"WithoutTheProgram", false, false, 0, {kQueueFailed}, true},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        AppHarness h;
+        if (c.installed) installAccountApplication(h, 0);
+        AppDelegate& d = h.launch();
+        d.actionClickToolbar("Setting");
+        h.writeUserFile("AgentPL.plist", PropertyValue::array());
+        PrinterScreen* screen = d.window()->printerScreen;
+        screen->setPlusButton(false, "full");
+        h.alerts->answers = {c.answer};
+        d.account().clickAccountSignOut(c.fromButton);
+        if (c.installed && c.signedOut) runFirstWorker(h);
+        AppHarness::drainEvents();
+        EXPECT_EQ(h.alerts->texts(), c.alerts);
+        if (c.fromButton) {
+            EXPECT_EQ(h.alerts->shown[0].title, "Sign Out");
+            EXPECT_EQ(h.alerts->shown[0].buttons, (Texts{"Yes", "No"}));
+        }
+        EXPECT_EQ(accountArguments(h), c.installed && c.signedOut ? "-signout" : "");
+        EXPECT_EQ(std::filesystem::exists(h.userFile("AgentPL.plist")), !c.signedOut);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, c.signedOut ? kPrinterTab : kSettingTab);
+        QToolButton* add = nullptr;
+        for (int row = 0; !add && row < screen->printerTable()->count(); ++row)
+            if (screen->printerCell(row)->cellType() == "TitleMyPrinter")
+                add = screen->printerCell(row)->addButton();
+        ASSERT_TRUE(add);
+        EXPECT_EQ(add->isEnabled(), c.signedOut);
+        EXPECT_EQ(add->toolTip(), c.signedOut ? d.localized("Select Add Printer Tooltip") : "full");
+        EXPECT_TRUE(d.window()->refreshView->isHidden());
+    }
+}
+
+// The account program stores the account in va.plist; binding sends it with the registered
+// phone. A cancelled or missing program binds nothing.
+TEST(Account, SignInBindsTheStoredAccount) {
+    struct {
+        const char* name;
+        bool installed;
+        int status;
+        Texts alerts;
+        bool bound;
+    } const cases[] = {
+        {"Stored", true, 0, {}, true},
+        {"Cancelled", true, 1, {}, false},
+        {"WithoutTheProgram", false, 0, {kQueueFailed}, false},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        CloudEmulator emulator{{"--no-token-check", "--quiet"}};
+        ASSERT_TRUE(emulator.ok());
+        // The token as the service's account sign-in issued it.
+        emulator.seed(dict(
+            {{"users",
+              PropertyValue::array({dict(
+                  {{"countryCode", "44"}, {"phoneNumber", "7700900123"}, {"accessToken", "T1"}})})},
+             {"accounts",
+              PropertyValue::array({dict({{"accountId", "ann@va"},
+                                          {"password", "pw"},
+                                          {"tokens", PropertyValue::array({"vt-1"})}})})}}));
+        ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+        AppHarness h;
+        h.signIn("44", "07700900123");
+        const PropertyValue signedIn = dict({{"accessToken", *dataByAESEncryption("T1")}});
+        h.writeUserFile("va.plist", signedIn);
+        PropertyValue stored = signedIn;
+        stored.set("ValmoraAccountID", *dataByAESEncryption("ann@va"));
+        stored.set("ValmoraAccountToken", *dataByAESEncryption("vt-1"));
+        const std::string storedFile = h.home.path() + "/stored-va.plist";
+        writePropertyListFile(storedFile, stored);
+        if (c.installed) installAccountApplication(h, c.status, storedFile);
+        AppDelegate& d = h.launch();
+        d.actionClickToolbar("Setting");
+        d.account().clickAccountSignIn();
+        if (c.installed) runFirstWorker(h);
+        AppHarness::drainEvents();
+        EXPECT_EQ(h.alerts->texts(), c.alerts);
+        EXPECT_EQ(accountArguments(h), c.installed ? "-signin" : "");
+        PropertyValue binds = PropertyValue::array();
+        const PropertyValue requests = emulator.requests();
+        for (std::size_t i = 0; i < requests.size(); ++i)
+            if (requests.at(i)["path"].string() == kBindPath) binds.append(requests.at(i));
+        ASSERT_EQ(binds.size(), c.bound ? 1u : 0u);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, c.bound ? kPrinterTab : kSettingTab);
+        if (!c.bound) {
+            EXPECT_TRUE(d.window()->refreshView->isHidden());
+            continue;
+        }
+        EXPECT_EQ(objectFromJSONData(binds.at(0)["body"].string().value_or("")).value_or(nullptr),
+                  dict({{"valmoraAccount", "ann@va"}, {"valmoraAccessToken", "vt-1"}}));
+        EXPECT_TRUE(h.readUserFile("va.plist")["AccessToken"].isData());
+    }
+}
+
+}  // namespace
+}  // namespace nbx::test

@@ -1,0 +1,21 @@
+#include <QApplication>
+#include <iostream>
+#include <string>
+#include <vector>
+
+#include "AccountDialog.h"
+#include "AccountHelper.h"
+#include "NBXWebServiceRequest.h"
+
+using namespace nbx::account;
+
+int main(int argc, char** argv) {
+    // Read before Qt takes its own options out of argv.
+    const std::vector<std::string> args(argv + 1, argv + argc);
+    return run(args, std::cerr, [&argc, argv] {
+        nbx::NBXWebServiceRequest::initializeTransport();
+        QApplication app(argc, argv);
+        AccountDialog dialog(signIn);
+        return dialog.exec() == QDialog::Accepted;
+    });
+}

@@ -5,6 +5,7 @@
 #include "NBXAuthenticationManger.h"
 #include "NBXNotificationCenter.h"
 #include "NBXPrinterCell.h"
+#include "PrinterSharing.h"
 #include "SendToFriend.h"
 
 namespace nbx::test {
@@ -121,6 +122,25 @@ TEST(SendToFriend, SendJobWritesThePhoneTarget) {
     EXPECT_EQ(target["TargetCountryCode"].string(), "1");
     EXPECT_EQ(target["TargetPhoneNumber"].string(), "5550100");
     EXPECT_EQ(h.alerts->texts(), Texts{});
+}
+
+// Ticking the registration box shows the picked printer's model in black, ready to change;
+// unticking grays it and locks it.
+TEST(SharingBox, ModelAndSearchFollowTheBox) {
+    AppHarness h;
+    h.signIn("82", "101234");
+    AppDelegate& d = h.launch();
+    d.checkMyInfoPlist();
+    d.sharing().dicRegistSelectPrint.set(dict({{"ModelName", "X9"}}));
+    SettingScreen* screen = d.window()->settingScreen;
+    for (const bool ticked : {true, false}) {
+        screen->registrationCheckBox()->setChecked(ticked);
+        EXPECT_EQ(screen->modelField()->text(), "X9");
+        EXPECT_EQ(screen->modelField()->isEnabled(), ticked);
+        EXPECT_EQ(screen->searchButton()->isEnabled(), ticked);
+        EXPECT_EQ(screen->modelField()->palette().color(QPalette::Text),
+                  ticked ? QColor(Qt::black) : QColor(Qt::gray));
+    }
 }
 
 // Signing out from the button asks first; a "No" leaves everything as it was. Otherwise the

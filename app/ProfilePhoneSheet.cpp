@@ -19,6 +19,7 @@ ProfilePhoneSheet::ProfilePhoneSheet(const Localizer& tr, const PropertyValue& c
       phone_(new PhoneEntry(tr, countryTable, countryModel, certification_)),
       certificate_(new QLineEdit),
       countdown_(new QLabel),
+      clock_(new QLabel),
       expired_(new QLabel(tr("Certificate expired. New request is needed."))) {
     setMinimumWidth(580);
     certification_->setToolTip(tr("Authentication Request Push Cert Tooltip"));
@@ -31,6 +32,7 @@ ProfilePhoneSheet::ProfilePhoneSheet(const Localizer& tr, const PropertyValue& c
     auto* pin = new QHBoxLayout;
     pin->addWidget(certificate_, 1);
     pin->addWidget(countdown_);
+    pin->addWidget(clock_);
     body()->addLayout(pin);
     expired_->setObjectName("warning");
     expired_->hide();
@@ -63,6 +65,11 @@ void ProfilePhoneSheet::setSecondsLeft(int secondsLeft) {
 
 void ProfilePhoneSheet::showExpired(bool expired) {
     expired_->setVisible(expired);
+}
+
+void ProfilePhoneSheet::setCountdownVisible(bool visible) {
+    countdown_->setVisible(visible);
+    clock_->setVisible(visible);
 }
 
 }  // namespace nbx

@@ -23,11 +23,15 @@ public:
     static QString countdownText(int secondsLeft);
     void setSecondsLeft(int secondsLeft);
     void showExpired(bool expired);
+    // The countdown text and the clock together.
+    void setCountdownVisible(bool visible);
 
     PhoneEntry* phoneEntry() const { return phone_; }
     NBXSendButton* certificationButton() const { return certification_; }
     QLineEdit* certificateField() const { return certificate_; }
     QLabel* countdownLabel() const { return countdown_; }
+    QLabel* clock() const { return clock_; }
+    QLabel* expiredLabel() const { return expired_; }
     QPushButton* tryAgainButton() const { return tryAgain_; }
     QPushButton* okButton() const { return ok_; }
     QPushButton* closeButton() const { return close_; }
@@ -37,6 +41,7 @@ private:
     PhoneEntry* phone_;
     QLineEdit* certificate_;
     QLabel* countdown_;
+    QLabel* clock_;
     QLabel* expired_;
     QPushButton* tryAgain_;
     QPushButton* close_;

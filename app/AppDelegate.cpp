@@ -137,6 +137,7 @@ void AppDelegate::connectWindow() {
             [this] { sharing_->updateAgentInfo(); });
     connect(w->settingScreen->authenticateButton(), &QPushButton::clicked, this,
             [this] { profile_->clickProfileAuthenticate(); });
+    profile_->connectWindow(w);
     connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
     connect(w->aboutSheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
     connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);

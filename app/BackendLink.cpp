@@ -52,6 +52,12 @@ void BackendLink::stop() {
     unsubscribe();
 }
 
+void BackendLink::stopListening() {
+    ++request_;
+    unsubscribe();
+    wake_.notify_all();
+}
+
 void BackendLink::post(PropertyValue request) {
     dicUpdateInfo_ = std::move(request);
     connectDistributedNotificatiion();

@@ -39,6 +39,8 @@ public:
     bool checkPrinterRegistration();
     // Quitting: watchdogs end at once, no reply is handled any more.
     void stop();
+    // The reply awaited no longer matters (the phone it was for changed); later requests work.
+    void stopListening();
     // The request that goes out next, or went out last.
     const PropertyValue& dicUpdateInfo() const { return dicUpdateInfo_; }
 

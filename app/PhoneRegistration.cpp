@@ -265,10 +265,7 @@ void PhoneRegistration::finishAuthInfo(bool verified, bool stored, bool queuePre
     if (stored) {
         stopTimer();
         w->authPinEntry->setCountdownVisible(false);
-        if (returnToMainWindow_) {
-            returnToMainWindow_ = false;
-            app_.returnToMainWindow();
-        } else if (!queuePresent) {
+        if (!queuePresent) {
             app_.showAddPrinterScreen();
         } else if (!app_.checkMyInfoPlist()) {
             app_.showAuthScreen();

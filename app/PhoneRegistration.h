@@ -38,8 +38,6 @@ public:
     void clickRegistrationCheckBox(bool checked);
     bool verifCode(const std::string& code, const std::string& PhoneNumber);
     void requestToBindVA();
-    // A successful registration leads back to the main window instead of the start-up screens.
-    void returnToMainWindowWhenDone(bool back) { returnToMainWindow_ = back; }
 
     // Minutes and seconds: "%d:%d", or "%d:0%d" below ten seconds.
     static QString countdownText(int seconds);
@@ -56,7 +54,6 @@ private:
     AppDelegate& app_;
     // Main thread only.
     std::string strInsertCode, strInsertPhoneN;
-    bool returnToMainWindow_ = false;
     // The countdown thread ticks these; timerMutex_ orders its start against its decision to end.
     std::atomic<int> nTimePix;
     std::atomic<int> nTimeValue = 0;

@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 
 #include "AppDelegate.h"
+#include "BackendLink.h"
 #include "MainWindow.h"
 #include "NBXAuthenticationManger.h"
 #include "NBXImages.h"
@@ -230,6 +231,7 @@ void ProfileVerification::finishEPAuthInfo(bool verified, bool stored, const std
         return;
     }
     strUserPN = "+" + code + phone;
+    app_.backend().stopListening();
     showEPCertificate();
     stopTimer();
     s->hide();

@@ -455,7 +455,9 @@ ApiReply CloudService::bindAccount(Call& call) {
         return error("15001", "the account token was not issued for this account");
     }
     call.user->set("valmoraAccount", *account);
-    return {200, success({{"accessToken", state_.issueToken(*call.user)}})};
+    // The answer names the user's token; the one in use stays valid, so binding ends no session.
+    const auto current = (*call.user)["accessToken"].string();
+    return {200, success({{"accessToken", current ? *current : state_.issueToken(*call.user)}})};
 }
 
 ApiReply CloudService::subscribers(Call& call) {

@@ -3,6 +3,7 @@
 #include <QApplication>
 #include <QCheckBox>
 #include <QDir>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
@@ -18,6 +19,7 @@
 #include "AppDelegate.h"
 #include "InformationSheet.h"
 #include "MainWindow.h"
+#include "NBXImages.h"
 #include "PhoneEntry.h"
 #include "PrintLaterSheet.h"
 #include "PrinterActions.h"
@@ -26,6 +28,7 @@
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
 #include "RenameSheet.h"
+#include "SendToFriend.h"
 #include "SettingScreen.h"
 #include "StateFiles.h"
 #include "TonerWindow.h"
@@ -147,6 +150,15 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     w->printerScreen->cancelButton()->show();
     w->setSettingsTabVisible(false);
     r.grab(w, "7-print-target");
+    // A friend's number typed in: the job goes to that phone.
+    delegate.printers().selectPrinterListTableRow(0, "Friend");
+    delegate.friends().clickFriendTableView();
+    w->printerScreen->friendEntry()->selectRegion("GB");
+    w->printerScreen->friendEntry()->phoneField()->setText("07700 900123");
+    w->printerScreen->friendEntry()->phoneField()->setFocus();
+    r.grab(w, "7-print-target-friend");
+    w->printerScreen->friendEntry()->phoneField()->clear();
+    w->printerScreen->friendTable()->clearSelection();
     w->setSettingsTabVisible(true);
     w->printerScreen->popupCheckBox()->hide();
     w->printerScreen->nextButton()->hide();
@@ -181,6 +193,15 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     r.sheet(w->renameSheet, "sheet-rename");
     r.sheet(w->unlinkSheet, "sheet-unlink");
     r.sheet(w->profilePhoneSheet, "sheet-profile-phone");
+    // The profile's verification while a certificate number is awaited, and after it expired.
+    w->profilePhoneSheet->phoneEntry()->phoneField()->setText("5550199");
+    w->profilePhoneSheet->clock()->setPixmap(NBXImages::image("clock_25x25").pixmap(25, 25));
+    w->profilePhoneSheet->setCountdownVisible(true);
+    w->profilePhoneSheet->setSecondsLeft(65);
+    r.sheet(w->profilePhoneSheet, "sheet-profile-phone-waiting");
+    w->profilePhoneSheet->setCountdownVisible(false);
+    w->profilePhoneSheet->showExpired(true);
+    r.sheet(w->profilePhoneSheet, "sheet-profile-phone-expired");
 }
 
 }  // namespace

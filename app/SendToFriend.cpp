@@ -15,8 +15,12 @@ namespace nbx {
 
 void SendToFriend::connectWindow(MainWindow* w) {
     PrinterScreen* screen = w->printerScreen;
-    QObject::connect(screen->friendTable(), &QListWidget::clicked, &app_,
-                     [this] { clickFriendTableView(); });
+    // On selection, not on a click: the entry that appears moves the row between press and
+    // release, so a click would never be seen.
+    QObject::connect(screen->friendTable(), &QListWidget::itemSelectionChanged, &app_,
+                     [this, screen] {
+                         if (screen->selectedFriendRow() >= 0) clickFriendTableView();
+                     });
     QObject::connect(screen->friendEntry()->countryPopup(), &QComboBox::activated, &app_,
                      [this](int index) { clickContryFlag_Friend(index); });
 }

@@ -28,7 +28,6 @@
 #include "ProfilePhoneSheet.h"
 #include "PropertyListFile.h"
 #include "RenameSheet.h"
-#include "SendToFriend.h"
 #include "SettingScreen.h"
 #include "StateFiles.h"
 #include "TonerWindow.h"
@@ -152,7 +151,6 @@ void renderLanguage(const QString& folder, const char* locale, const QString& la
     r.grab(w, "7-print-target");
     // A friend's number typed in: the job goes to that phone.
     delegate.printers().selectPrinterListTableRow(0, "Friend");
-    delegate.friends().clickFriendTableView();
     w->printerScreen->friendEntry()->selectRegion("GB");
     w->printerScreen->friendEntry()->phoneField()->setText("07700 900123");
     w->printerScreen->friendEntry()->phoneField()->setFocus();

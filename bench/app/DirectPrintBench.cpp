@@ -19,6 +19,7 @@
 
 #include "NBXAuthenticationManger.h"
 #include "PropertyListFile.h"
+#include "RatioBench.h"
 #include "StateFiles.h"
 
 extern char** environ;
@@ -135,12 +136,6 @@ double runOnce(const std::vector<std::string>& arguments, const std::string& tar
     return ok ? seconds : -1;
 }
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-// Alternates the two programs so both see the same machine load.
 void BM_DirectPrintOverBareRatio(benchmark::State& state) {
     const std::string home = prepareHome();
     Emulator emulator(home + "/cloud-state.json");
@@ -152,22 +147,12 @@ void BM_DirectPrintOverBareRatio(benchmark::State& state) {
     const std::vector<std::string> agentRun = {
         kAgent,          "-TotalPages:3",  "-ColorModel:Gray",    "-Duplex:None",
         "-PaperSize:A4", "-TotalCopies:1", "-nbxtarget:" + target};
-    std::vector<double> agent;
-    std::vector<double> bare;
-    for (auto _ : state) {
-        const double a = runOnce(agentRun, target);
-        const double b = runOnce({kBare, "--no-window"});
-        if (a < 0 || b < 0) {
-            state.SkipWithError("a run failed or wrote no target file");
-            return;
-        }
-        agent.push_back(a);
-        bare.push_back(b);
-        state.SetIterationTime(a);
-    }
-    state.counters["agent_ms"] = median(agent) * 1000;
-    state.counters["bare_ms"] = median(bare) * 1000;
-    state.counters["ratio"] = median(agent) / median(bare);
+    nbx::bench::measureRatio(
+        state, [&] { return runOnce(agentRun, target); },
+        [] {
+            return runOnce({kBare, "--no-window"});
+        },
+        "a run failed or wrote no target file");
     std::error_code ec;
     std::filesystem::remove_all(home, ec);
 }

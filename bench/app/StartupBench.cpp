@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "RatioBench.h"
+
 extern char** environ;
 
 namespace {
@@ -52,11 +54,6 @@ double runOnce(const std::string& program) {
     return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? seconds : -1;
 }
 
-double median(std::vector<double> values) {
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
 void BM_StartupToFirstPaint(benchmark::State& state, const std::string& program) {
     prepareEnvironment();
     for (auto _ : state) {
@@ -69,25 +66,11 @@ void BM_StartupToFirstPaint(benchmark::State& state, const std::string& program)
     }
 }
 
-// Alternates the two programs so both see the same machine load.
 void BM_AgentOverBareRatio(benchmark::State& state) {
     prepareEnvironment();
-    std::vector<double> agent;
-    std::vector<double> bare;
-    for (auto _ : state) {
-        const double a = runOnce(kAgent);
-        const double b = runOnce(kBare);
-        if (a < 0 || b < 0) {
-            state.SkipWithError("cannot run the programs");
-            return;
-        }
-        agent.push_back(a);
-        bare.push_back(b);
-        state.SetIterationTime(a);
-    }
-    state.counters["agent_ms"] = median(agent) * 1000;
-    state.counters["bare_ms"] = median(bare) * 1000;
-    state.counters["ratio"] = median(agent) / median(bare);
+    nbx::bench::measureRatio(
+        state, [] { return runOnce(kAgent); }, [] { return runOnce(kBare); },
+        "cannot run the programs");
 }
 
 BENCHMARK_CAPTURE(BM_StartupToFirstPaint, agent, kAgent)

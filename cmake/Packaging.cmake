@@ -1,0 +1,2 @@
+include(GNUInstallDirs)
+install(DIRECTORY ${NBX_SHARE_DIR}/ DESTINATION ${CMAKE_INSTALL_DATADIR}/nimbrix)

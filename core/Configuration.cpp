@@ -63,4 +63,8 @@ std::string flagsFolder() {
     return fromEnvironment("NBX_FLAGS_FOLDER", "/usr/share/flags/countries/16x11");
 }
 
+std::string cupsServerBin() {
+    return fromEnvironment("NBX_CUPS_SERVERBIN", "/usr/lib/cups");
+}
+
 }  // namespace nbx::Configuration

@@ -34,6 +34,9 @@ std::string sessionFolder(unsigned uid);
 std::string jobUserHome(const std::string& fromUserDatabase);
 // Folder of the country flag pictures, one "<alpha2>.png" each (NBX_FLAGS_FOLDER).
 std::string flagsFolder();
+// The scheduler's ServerBin folder, whose backend/ subfolder holds the back ends
+// (NBX_CUPS_SERVERBIN).
+std::string cupsServerBin();
 
 }  // namespace Configuration
 }  // namespace nbx

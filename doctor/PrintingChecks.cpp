@@ -23,7 +23,9 @@ struct QueueFacts {
 std::optional<QueueFacts> askScheduler(std::string* whyNot) {
     cups_dest_t* dests = nullptr;
     const int count = cupsGetDests2(CUPS_HTTP_DEFAULT, &dests);
-    if (count == 0 && cupsLastError() > IPP_STATUS_OK_EVENTS_COMPLETE) {
+    // "Not found" is a scheduler without any queue.
+    if (count == 0 && cupsLastError() > IPP_STATUS_OK_EVENTS_COMPLETE &&
+        cupsLastError() != IPP_STATUS_ERROR_NOT_FOUND) {
         *whyNot = cupsLastErrorString();
         return std::nullopt;
     }

@@ -20,10 +20,51 @@ std::filesystem::path executableFolder() {
     return ec ? std::filesystem::current_path(ec) : exe.parent_path();
 }
 
+#ifdef NBX_PACKAGED
+// An installed package finds its parts from where it was unpacked: the nearest folder above the
+// program holding share/nimbrix. Programs sit at different depths (bin/, lib/cups/backend/, the
+// helper folder), and a copy extracted into any root must work as well as one under /usr.
+std::filesystem::path installRoot() {
+    std::error_code ec;
+    for (auto folder = executableFolder(); folder.has_relative_path();
+         folder = folder.parent_path())
+        if (std::filesystem::is_directory(folder / "share" / "nimbrix", ec)) return folder;
+    return executableFolder() / "..";
+}
+
+std::string defaultHelperFolder() {
+    return (installRoot() / NBX_HELPER_INSTALL_DIR / "").lexically_normal();
+}
+
+std::string defaultPrinterDescriptionFile() {
+    return resourcesFolder() + "/ppd/Nimbrix.gz";
+}
+
+std::string defaultAgentProgram() {
+    return (installRoot() / NBX_AGENT_INSTALL_PATH).lexically_normal();
+}
+#else
+std::filesystem::path installRoot() {
+    return executableFolder() / "..";
+}
+
+std::string defaultHelperFolder() {
+    return "/Library/Printers/Valmora/Nimbrix/";
+}
+
+std::string defaultPrinterDescriptionFile() {
+    return "/Library/Printers/PPDs/Contents/Resources/Nimbrix.gz";
+}
+
+std::string defaultAgentProgram() {
+    return NBX_AGENT_INSTALL_PATH;
+}
+#endif
+
 }  // namespace
 
 std::string helperApplicationFolder() {
-    return fromEnvironment("NBX_HELPER_FOLDER", "/Library/Printers/Valmora/Nimbrix/");
+    return fromEnvironment("NBX_HELPER_FOLDER", defaultHelperFolder());
 }
 
 std::string pollingAgentProgram() {
@@ -31,7 +72,7 @@ std::string pollingAgentProgram() {
 }
 
 std::string printerDescriptionFile() {
-    return fromEnvironment("NBX_PPD_FILE", "/Library/Printers/PPDs/Contents/Resources/Nimbrix.gz");
+    return fromEnvironment("NBX_PPD_FILE", defaultPrinterDescriptionFile());
 }
 
 std::string lookupServer() {
@@ -44,11 +85,11 @@ std::string deviceUriHost() {
 
 std::string resourcesFolder() {
     return fromEnvironment("NBX_RESOURCES",
-                           (executableFolder() / ".." / "share" / "nimbrix").lexically_normal());
+                           (installRoot() / "share" / "nimbrix").lexically_normal());
 }
 
 std::string agentProgram() {
-    return fromEnvironment("NBX_AGENT_PROGRAM", NBX_AGENT_INSTALL_PATH);
+    return fromEnvironment("NBX_AGENT_PROGRAM", defaultAgentProgram());
 }
 
 std::string sessionFolder(unsigned uid) {

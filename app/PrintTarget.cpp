@@ -3,13 +3,11 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
-#include <algorithm>
-#include <climits>
-#include <cstdlib>
 #include <filesystem>
 #include <optional>
 
 #include "AppDelegate.h"
+#include "LaunchArguments.h"
 #include "MainWindow.h"
 #include "PhoneEntry.h"
 #include "PrinterList.h"
@@ -19,32 +17,19 @@
 
 namespace nbx {
 
-QString PrintTarget::textAfterKey(const QString& argument, const QString& key) {
-    return argument.size() > key.size() + 1 ? argument.mid(key.size() + 1) : QString();
-}
-
-int PrintTarget::integerValue(const QString& text) {
-    const std::string digits = text.trimmed().toStdString();
-    const long long value = std::strtoll(digits.c_str(), nullptr, 10);
-    return static_cast<int>(std::clamp<long long>(value, INT_MIN, INT_MAX));
-}
-
 void PrintTarget::readLaunchArguments(const QStringList& arguments) {
+    std::vector<std::string> texts;
     for (qsizetype i = 1; i < arguments.size(); ++i) {
-        const QString& argument = arguments[i];
-        app_.log("Argument = " + argument.toStdString());
-        auto valueOf = [&](const char* key) { return textAfterKey(argument, key).toStdString(); };
-        if (argument.contains("TotalPages:")) {
-            argTotalPages = integerValue(textAfterKey(argument, "TotalPages:"));
-        }
-        if (argument.contains("ColorModel:")) argColor = valueOf("ColorModel:");
-        if (argument.contains("Duplex:")) argDueplex = valueOf("Duplex:");
-        if (argument.contains("PaperSize:")) argPaperSize = valueOf("PaperSize:");
-        if (argument.contains("nbxtarget:")) {
-            argTargetPlist = argument.split(':').last().toStdString();
-        }
-        if (argument.contains("TotalCopies:")) argCopiesVal = valueOf("TotalCopies:");
+        texts.push_back(arguments[i].toStdString());
+        app_.log("Argument = " + texts.back());
     }
+    const LaunchArguments read = LaunchArguments::parse(texts);
+    argTotalPages = read.totalPages;
+    argColor = read.colorModel;
+    argDueplex = read.duplex;
+    argPaperSize = read.paperSize;
+    argCopiesVal = read.copies;
+    argTargetPlist = read.targetPath;
 }
 
 void PrintTarget::printDirectly() {

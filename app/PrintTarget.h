@@ -20,10 +20,6 @@ public:
 
     // Written once at start-up, before any worker.
     void readLaunchArguments(const QStringList& arguments);
-    // The value of "<lead><key><value>": the text from position key length + 1, "" when shorter.
-    static QString textAfterKey(const QString& argument, const QString& key);
-    // Leading integer of a text, 0 when there is none; clamped to int.
-    static int integerValue(const QString& text);
     bool isPrintLaunch() const { return !argTargetPlist.empty(); }
 
     // Decides a direct print from the service's list without any window; nothing for another

@@ -7,6 +7,8 @@
 #include <charconv>
 #include <map>
 
+#include "LaunchArguments.h"
+
 namespace nbx::backend {
 
 namespace {
@@ -102,12 +104,9 @@ JobOptions JobOptions::parse(const std::string& copies, const std::string& optio
 
 std::vector<std::string> JobOptions::agentArguments(int totalPages,
                                                     const std::string& targetPath) const {
-    return {"-TotalPages:" + std::to_string(totalPages),
-            "-ColorModel:" + colorModel,
-            "-Duplex:" + duplex,
-            "-PaperSize:" + paperSize,
-            "-TotalCopies:" + std::to_string(copies),
-            "-nbxtarget:" + targetPath};
+    return LaunchArguments{totalPages, colorModel, duplex, paperSize, std::to_string(copies),
+                           targetPath}
+        .arguments();
 }
 
 }  // namespace nbx::backend

@@ -3,35 +3,16 @@
 namespace nbx::test {
 namespace {
 
-TEST(LaunchArguments, ValuesStartAfterOneLeadingCharacterAndTheKey) {
-    // Read back as pages|color|duplex|paper|copies|target.
-    const std::pair<QStringList, std::string> cases[] = {
-        {{"-TotalPages:3"}, "3|||||"},
-        {{"TotalPages:3"}, "0|||||"},  // no leading character: the digit is lost
-        {{"TotalPages:34"}, "4|||||"},
-        {{"-TotalPages:12abc"}, "12|||||"},
-        {{"-TotalPages:"}, "0|||||"},
-        {{"-TotalPages:99999999999999999999"}, std::to_string(INT_MAX) + "|||||"},
-        {{"-TotalPages:-5"}, "-5|||||"},
-        {{"-ColorModel:Gray", "-Duplex:DuplexNoTumble", "-PaperSize:A4", "-TotalCopies:2"},
-         "0|Gray|DuplexNoTumble|A4|2|"},
-        {{"-nbxtarget:/tmp/jobs/target.plist"}, "0|||||/tmp/jobs/target.plist"},
-        {{"nbxtarget:", "-Something:else"}, "0|||||"},
-    };
+// The reading itself is tested with LaunchArguments; here, that the job's values arrive.
+TEST(LaunchArguments, ReadIntoThePrintTargetWithoutTheProgramName) {
     AppHarness h;
-    for (const auto& [arguments, read] : cases) {
-        AppDelegate d({h.alerts, h.urls, [] {}, {}});
-        PrintTarget& t = d.printTarget();
-        t.readLaunchArguments(QStringList{"nimbrix-agent"} + arguments);
-        EXPECT_EQ(std::to_string(t.argTotalPages) + "|" + t.argColor + "|" + t.argDueplex + "|" +
-                      t.argPaperSize + "|" + t.argCopiesVal + "|" + t.argTargetPlist,
-                  read)
-            << arguments.join(' ').toStdString();
-    }
-    // The program name is never read.
     AppDelegate d({h.alerts, h.urls, [] {}, {}});
-    d.printTarget().readLaunchArguments({"-TotalPages:9"});
-    EXPECT_EQ(d.printTarget().argTotalPages, 0);
+    PrintTarget& t = d.printTarget();
+    t.readLaunchArguments({"-TotalPages:9", "-ColorModel:Gray", "-Duplex:None", "-PaperSize:A4",
+                           "-TotalCopies:2", "-nbxtarget:/tmp/t.plist"});
+    EXPECT_EQ(std::to_string(t.argTotalPages) + "|" + t.argColor + "|" + t.argDueplex + "|" +
+                  t.argPaperSize + "|" + t.argCopiesVal + "|" + t.argTargetPlist,
+              "0|Gray|None|A4|2|/tmp/t.plist");
 }
 
 TEST(Startup, WithoutTheQueueTheAddPrinterScreenOpensInTheUsersLanguage) {

@@ -6,13 +6,12 @@
 #include <QCheckBox>
 #include <QLineEdit>
 #include <QPushButton>
-#include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 
 #include "AppDelegate.h"
 #include "BackendLink.h"
+#include "DeviceId.h"
 #include "MainWindow.h"
 #include "NBXUtility.h"
 #include "SettingScreen.h"
@@ -24,28 +23,10 @@ namespace nbx {
 
 namespace {
 
-std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
-
 std::string trimmed(const std::string& text) {
     const auto first = text.find_first_not_of(" \t\r\n");
     if (first == std::string::npos) return "";
     return text.substr(first, text.find_last_not_of(" \t\r\n") - first + 1);
-}
-
-// Each piece of a device id that a ";" ends, as its upper-cased key and its value.
-template <class Visit>
-void forEachDeviceIDField(const std::string& deviceID, Visit visit) {
-    std::size_t start = 0;
-    for (std::size_t end; (end = deviceID.find(';', start)) != std::string::npos; start = end + 1) {
-        const std::string piece = deviceID.substr(start, end - start);
-        const auto colon = piece.find(':');
-        if (colon != std::string::npos)
-            visit(upper(piece.substr(0, colon)), piece.substr(colon + 1));
-    }
 }
 
 void run(const std::string& program, const char* argument) {
@@ -66,9 +47,8 @@ void setTextColor(QLineEdit* field, bool active) {
 
 std::string PrinterSharing::modelOfDeviceID(const std::string& deviceID) {
     std::string model;
-    forEachDeviceIDField(deviceID, [&](const std::string& key, const std::string& value) {
-        if (key == "MDL") model = value;
-    });
+    for (auto& field : DeviceId::fields(deviceID, DeviceId::Reading::Strict))
+        if (field.key == "MDL") model = std::move(field.value);
     return model;
 }
 
@@ -119,11 +99,11 @@ bool PrinterSharing::makeSPInfoDic() {
         if (picked[key].isNull()) return false;
     const std::string deviceID = picked["DeviceID"].string().value_or("");
     std::string manufacturer, model;
-    forEachDeviceIDField(deviceID, [&](const std::string& key, const std::string& value) {
+    for (const auto& [key, value] : DeviceId::fields(deviceID, DeviceId::Reading::Strict)) {
         if (key == "MFG") manufacturer = value;
         if (key == "MDL") model = value;
         if (key == "MODE" && value.find("NBX") != std::string::npos) bPriterSupportNBX = true;
-    });
+    }
     if (manufacturer.empty() || model.empty()) return false;
     const SenderIdentity user = app_.shared().arrGetuserInfo.get();
     PropertyValue request =

@@ -9,6 +9,7 @@
 #include <iterator>
 #include <map>
 
+#include "DeviceId.h"
 #include "NBXPrinterQManger.h"
 #include "PropertyListFile.h"
 
@@ -181,40 +182,23 @@ void onDevice(const char* deviceClass, const char* deviceId, const char* info,
 
 }  // namespace
 
-std::string deviceIdField(std::string_view deviceId, std::string_view key,
-                          std::string_view longKey) {
-    while (!deviceId.empty()) {
-        const auto end = deviceId.find(';');
-        const std::string_view field = deviceId.substr(0, end);
-        const auto colon = field.find(':');
-        if (colon != std::string_view::npos) {
-            const std::string name = upperCase(trimmed(field.substr(0, colon)));
-            if (name == key || (!longKey.empty() && name == longKey))
-                return std::string(trimmed(field.substr(colon + 1)));
-        }
-        if (end == std::string_view::npos) break;
-        deviceId.remove_prefix(end + 1);
-    }
-    return {};
-}
-
 DeviceEntry describeDevice(std::string_view deviceId, std::string_view makeAndModel,
                            std::string_view uri) {
     DeviceEntry entry;
     entry.deviceId = deviceId;
     entry.deviceUri = uri;
     entry.address = uri;
-    entry.modelName = deviceIdField(deviceId, "MDL", "MODEL");
+    entry.modelName = DeviceId::value(deviceId, "MDL", "MODEL");
     // The scheduler says "Unknown" where it knows nothing.
     if (entry.modelName.empty() && makeAndModel != "Unknown") entry.modelName = makeAndModel;
     entry.connectionType = connectionTypeOf(uri);
     entry.serialNumber = uriParameter(uri, "serial");
     if (entry.serialNumber.empty())
-        entry.serialNumber = deviceIdField(deviceId, "SN", "SERIALNUMBER");
+        entry.serialNumber = DeviceId::value(deviceId, "SN", "SERIALNUMBER");
     entry.vid = usbIdText(uriParameter(uri, "vid"));
-    if (entry.vid.empty()) entry.vid = usbIdText(deviceIdField(deviceId, "VID"));
+    if (entry.vid.empty()) entry.vid = usbIdText(DeviceId::value(deviceId, "VID"));
     entry.pid = usbIdText(uriParameter(uri, "pid"));
-    if (entry.pid.empty()) entry.pid = usbIdText(deviceIdField(deviceId, "PID"));
+    if (entry.pid.empty()) entry.pid = usbIdText(DeviceId::value(deviceId, "PID"));
     entry.macAddress = macAddressText(uriParameter(uri, "mac"));
     entry.displayName = entry.modelName.empty() ? std::string(uri) : entry.modelName;
     return entry;

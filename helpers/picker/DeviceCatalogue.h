@@ -31,9 +31,6 @@ constexpr std::chrono::seconds kDeviceSearchTimeout{5};
 // A device described by CUPS: its IEEE 1284 id, make-and-model and URI.
 DeviceEntry describeDevice(std::string_view deviceId, std::string_view makeAndModel,
                            std::string_view uri);
-// The value of `key` (e.g. "MDL" or its long form "MODEL") in an IEEE 1284 device id.
-std::string deviceIdField(std::string_view deviceId, std::string_view key,
-                          std::string_view longKey = {});
 
 // The scheduler's queues, in the scheduler's order; instances and the agent's own cloud queue
 // are left out.

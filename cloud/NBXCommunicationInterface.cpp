@@ -1,12 +1,12 @@
 #include "NBXCommunicationInterface.h"
 
 #include <chrono>
-#include <cstdio>
 #include <span>
 
 #include "Configuration.h"
 #include "DebugLine.h"
 #include "JSONKit.h"
+#include "MultipartUpload.h"
 
 namespace nbx {
 
@@ -430,12 +430,6 @@ bool NBXCommunicationInterface::sendPCAgentServiceRequestToAPIURLPath(
 
 // ---- content upload ----
 
-std::string NBXCommunicationInterface::multipartBoundary(double secondsSince1970) {
-    char text[96];
-    std::snprintf(text, sizeof text, "AJAX-----------------------%f", secondsSince1970);
-    return text;
-}
-
 bool NBXCommunicationInterface::uploadContentJob(const PropertyValue& request,
                                                  Bytes* subscriberReturnedData) {
     beginOperation("uploadContentJob:subscriberReturnedData:");
@@ -452,18 +446,15 @@ bool NBXCommunicationInterface::uploadContentJob(const PropertyValue& request,
     web.setValue(accessToken_, "accessToken");
 
     const auto now = std::chrono::system_clock::now().time_since_epoch();
-    const std::string boundary = multipartBoundary(std::chrono::duration<double>(now).count());
-    web.setValue("multipart/form-data; boundary=" + boundary, "Content-Type");
-    const std::string head =
-        "--" + boundary + "\r\nContent-Disposition: form-data; name=\"content\"; filename=\"" +
-        fileName.value_or("") + "\"\r\nContent-Type: application/x-bittorrent\r\n\r\n";
-    if (debug_) writeDebugLine("httpBodyString[" + head + "]");
-    const std::string tail = "\r\n--" + boundary + "--\r\n";
+    const MultipartUpload frame =
+        MultipartUpload::around(std::chrono::duration<double>(now).count(), fileName.value_or(""));
+    web.setValue(frame.contentType, "Content-Type");
+    if (debug_) writeDebugLine("httpBodyString[" + frame.head + "]");
     // The document is streamed from the caller's buffer, never copied.
     const Bytes* document = request["pdfData"].data();
     std::span<const std::uint8_t> documentBytes;
     if (document) documentBytes = {document->data(), document->size()};
-    web.setRequestBodyPieces({asBytes(head), documentBytes, asBytes(tail)});
+    web.setRequestBodyPieces({asBytes(frame.head), documentBytes, asBytes(frame.tail)});
     return execute(web, subscriberReturnedData);
 }
 

@@ -81,9 +81,6 @@ public:
                                                const std::optional<Bytes>& requestData,
                                                Bytes* responseData);
 
-    // The boundary of a multipart upload started at `secondsSince1970`.
-    static std::string multipartBoundary(double secondsSince1970);
-
     // ---- properties ----
     const std::string& clientType() const { return clientType_; }
     void setClientType(std::string v) { clientType_ = std::move(v); }

@@ -479,6 +479,7 @@ bool containerToXml(pugi::xml_node parent, const PropertyValue& value, int depth
     auto node = parent.append_child("dict");
     for (const auto& [key, item] : *value.dictionaryPtr()) {
         if (item.isNull()) continue;  // an absent value is a missing key
+        if (key.find('\0') != std::string::npos) return false;
         addText(node, "key", key);
         if (!toXml(node, item, depth + 1)) return false;
     }
@@ -503,6 +504,8 @@ bool toXml(pugi::xml_node parent, const PropertyValue& value, int depth) {
             addText(parent, "real", realText(*value.real()));
             return true;
         case PropertyValue::Type::String:
+            // XML has no NUL character; writing the text would cut it short.
+            if (value.stringPtr()->find('\0') != std::string::npos) return false;
             addText(parent, "string", *value.stringPtr());
             return true;
         case PropertyValue::Type::Date:

@@ -70,8 +70,8 @@ TEST_F(PropertyListFileTest, RoundTripKeepsEveryTypeAndRefusesTheUnwritable) {
     writePropertyListFile(file, PropertyValue::array({Date(std::chrono::microseconds(999999))}));
     EXPECT_EQ(readPropertyListFile(file)->at(0).date(), Date());
 
-    // Only lists and records without null values, into an existing folder, no deeper than
-    // the reader accepts.
+    // Only lists and records without null values or NUL characters, into an existing folder,
+    // no deeper than the reader accepts.
     PropertyValue deep = PropertyValue::array();
     for (int i = 0; i < 300; ++i)
         deep = PropertyValue::array({deep});
@@ -79,6 +79,9 @@ TEST_F(PropertyListFileTest, RoundTripKeepsEveryTypeAndRefusesTheUnwritable) {
     EXPECT_FALSE(writePropertyListFile(file, PropertyValue::array({PropertyValue()})));
     EXPECT_FALSE(writePropertyListFile(home.path() + "/missing/x.plist", PropertyValue::array()));
     EXPECT_FALSE(writePropertyListFile(file, deep));
+    using namespace std::string_literals;
+    EXPECT_FALSE(writePropertyListFile(file, PropertyValue::array({"a\0b"s})));
+    EXPECT_FALSE(writePropertyListFile(file, PropertyValue::dictionary({{"a\0b"s, 1}})));
 }
 
 TEST_F(PropertyListFileTest, NumbersAreReadExactly) {

@@ -4,7 +4,9 @@
 
 namespace nbx {
 
-MultipartUpload MultipartUpload::around(double secondsSince1970, const std::string& fileName) {
+MultipartUpload MultipartUpload::around(double secondsSince1970, std::string fileName) {
+    for (char& c : fileName)
+        if (c == '"' || c == '\r' || c == '\n') c = '-';
     char boundary[96];
     std::snprintf(boundary, sizeof boundary, "AJAX-----------------------%f", secondsSince1970);
     const std::string delimiter = std::string("--") + boundary;

@@ -11,8 +11,9 @@ struct MultipartUpload {
     std::string head;
     std::string tail;
 
-    // The boundary is the time the upload starts.
-    static MultipartUpload around(double secondsSince1970, const std::string& fileName);
+    // The boundary is the time the upload starts. The file name's quotes and line breaks,
+    // which would end its header, become '-'.
+    static MultipartUpload around(double secondsSince1970, std::string fileName);
 };
 
 }  // namespace nbx

@@ -124,7 +124,8 @@ TEST_F(CloudWireTest, UploadBodyIsExactlyOnePartWithTheCleanedFileName) {
         document[i] = static_cast<char>(i * 7 % 128);
     const std::pair<std::string, std::string> names[] = {
         {"Re\\port/*|\"Q1\":<x>?.pdf", "Re-port----Q1---x--.pdf"},
-        {"R\xC3\xA9sum\xC3\xA9.pdf", "R\xC3\xA9sum\xC3\xA9.pdf"}};
+        {"R\xC3\xA9sum\xC3\xA9.pdf", "R\xC3\xA9sum\xC3\xA9.pdf"},
+        {"Two\r\nlines\n.pdf", "Two--lines-.pdf"}};  // a line break would end the header
     for (const auto& [name, cleaned] : names) {
         SCOPED_TRACE(name);
         PropertyValue returned, error;

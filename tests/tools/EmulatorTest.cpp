@@ -451,6 +451,10 @@ TEST(MultipartBodyTest, BoundaryFromTheContentTypeAndBodiesParsedOrRefused) {
         bool endsWithLineBreak;
     } cases[] = {
         {"one file part", file + end + "\r\n", 1, true},
+        {"quoted parameter holding another",
+         part("name=\"content\"; x=\"; filename=no\"; filename=\"Report- Q1-Q2-.pdf\"", binary) +
+             end,
+         1, false},
         {"no final line break", file + end, 1, false},
         {"two parts", part("name=\"a\"", "1") + "\r\n" + part("name=\"b\"", "") + end, 2, false},
         {"no closing boundary", file, 0, false},

@@ -21,20 +21,27 @@ std::string_view trim(std::string_view text) {
     return text;
 }
 
-// The value of `name=` in a header's parameter list, with or without quotes.
+// The value of `name` in a header's parameter list ("form-data; name=\"a; b\"; filename=c"),
+// quotes removed. Parameters are taken in turn, so a quoted value may hold ';' and "name=".
 std::optional<std::string> parameter(std::string_view header, std::string_view name) {
-    std::string lowered = lower(header);
-    std::string key = lower(name) + "=";
-    for (std::size_t at = lowered.find(key); at != std::string::npos;
-         at = lowered.find(key, at + 1)) {
-        if (at > 0 && lowered[at - 1] != ';' && lowered[at - 1] != ' ') continue;
-        std::string_view value = header.substr(at + key.size());
-        if (!value.empty() && value.front() == '"') {
-            auto close = value.find('"', 1);
-            if (close == std::string_view::npos) return std::nullopt;
-            return std::string(value.substr(1, close - 1));
+    const std::string wanted = lower(name);
+    for (auto semicolon = header.find(';'); semicolon != std::string_view::npos;) {
+        header.remove_prefix(semicolon + 1);
+        const auto equals = header.find('=');
+        semicolon = header.find(';');
+        if (equals == std::string_view::npos) return std::nullopt;
+        if (semicolon < equals) continue;  // a parameter without a value
+        const bool found = lower(trim(header.substr(0, equals))) == wanted;
+        const std::string_view value = trim(header.substr(equals + 1, semicolon - equals - 1));
+        if (value.empty() || value.front() != '"') {
+            if (found) return std::string(value);
+            continue;
         }
-        return std::string(trim(value.substr(0, value.find(';'))));
+        const auto open = static_cast<std::size_t>(value.data() - header.data());
+        const auto close = header.find('"', open + 1);
+        if (close == std::string_view::npos) return std::nullopt;
+        if (found) return std::string(header.substr(open + 1, close - open - 1));
+        semicolon = header.find(';', close);
     }
     return std::nullopt;
 }

@@ -1,15 +1,15 @@
 #include "EmulatorServer.h"
 
-#include <dirent.h>
-#include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/stat.h>
 
 #include <chrono>
 #include <cstdint>
 #include <cstdlib>
+#include <filesystem>
+#include <fstream>
 #include <iostream>
 #include <ostream>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -237,29 +237,36 @@ void EmulatorServer::applyFault(const Fault& fault, httplib::Response& response)
     }
 }
 
-// Closes the client's socket without a word: the library offers no handle on it, so it is
-// found among the open descriptors by its two endpoints.
+// Closes the client's socket without a word. The library offers no handle on it, so its inode is
+// found in the kernel's table by the two ports, then the descriptor by that inode: other threads'
+// descriptors, which may be opening or closing meanwhile, are never touched.
 void EmulatorServer::dropConnection(const httplib::Request& request) {
-    DIR* folder = opendir("/proc/self/fd");
-    if (!folder) return;
-    while (dirent* entry = readdir(folder)) {
-        int fd = std::atoi(entry->d_name);
-        struct stat info {};
-        if (fd <= 2 || fstat(fd, &info) != 0 || !S_ISSOCK(info.st_mode)) continue;
-        sockaddr_in local{}, peer{};
-        socklen_t localLength = sizeof local, peerLength = sizeof peer;
-        if (getsockname(fd, reinterpret_cast<sockaddr*>(&local), &localLength) != 0 ||
-            getpeername(fd, reinterpret_cast<sockaddr*>(&peer), &peerLength) != 0 ||
-            local.sin_family != AF_INET) {
-            continue;
-        }
-        if (ntohs(local.sin_port) == request.local_port &&
-            ntohs(peer.sin_port) == request.remote_port) {
-            shutdown(fd, SHUT_RDWR);
+    std::ifstream table("/proc/net/tcp");
+    std::string line, local, remote, inode, skip;
+    std::getline(table, line);
+    while (std::getline(table, line)) {
+        std::istringstream fields(line);
+        fields >> skip >> local >> remote;
+        for (int i = 0; i < 7; ++i)
+            fields >> inode;
+        const auto port = [](const std::string& address) {
+            return std::strtoul(address.substr(address.find(':') + 1).c_str(), nullptr, 16);
+        };
+        if (port(local) == static_cast<unsigned long>(request.local_port) &&
+            port(remote) == static_cast<unsigned long>(request.remote_port)) {
             break;
         }
+        inode.clear();
     }
-    closedir(folder);
+    if (inode.empty()) return;
+    const std::string target = "socket:[" + inode + "]";
+    std::error_code ec;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ec)) {
+        if (std::filesystem::read_symlink(entry.path(), ec).string() == target) {
+            shutdown(std::atoi(entry.path().filename().c_str()), SHUT_RDWR);
+            return;
+        }
+    }
 }
 
 void EmulatorServer::sendJson(httplib::Response& response, int status,

@@ -64,8 +64,25 @@ void AppDelegate::onMainThread(std::function<void()> work) {
     laterOnMainThread(std::move(work));
 }
 
+// The work crosses threads in our own queue under our own lock, which ThreadSanitizer sees; the
+// queued call only says that one item waits.
 void AppDelegate::laterOnMainThread(std::function<void()> work) {
-    QMetaObject::invokeMethod(this, std::move(work), Qt::QueuedConnection);
+    {
+        std::lock_guard lock(mainQueue_.mutex);
+        mainQueue_.work.push_back(std::move(work));
+    }
+    QMetaObject::invokeMethod(this, "runQueuedWork", Qt::QueuedConnection);
+}
+
+void AppDelegate::runQueuedWork() {
+    std::function<void()> work;
+    {
+        std::lock_guard lock(mainQueue_.mutex);
+        if (mainQueue_.work.empty()) return;
+        work = std::move(mainQueue_.work.front());
+        mainQueue_.work.pop_front();
+    }
+    work();
 }
 
 void AppDelegate::detachNewThread(std::function<void()> work) {

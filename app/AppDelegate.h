@@ -4,6 +4,7 @@
 #include <QStringList>
 #include <atomic>
 #include <condition_variable>
+#include <deque>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -150,9 +151,17 @@ private:
         std::condition_variable ended;
         int running = 0;
     };
+    // Work for the main thread: any thread appends under the lock; the main thread takes one item
+    // per queued call, in order.
+    struct MainQueue {
+        std::mutex mutex;
+        std::deque<std::function<void()>> work;
+    };
+    Q_INVOKABLE void runQueuedWork();
 
     AppPlatform platform_;
     std::shared_ptr<Workers> workers_ = std::make_shared<Workers>();
+    MainQueue mainQueue_;
     SharedState shared_;
     std::optional<LangController> langCtrl;
     std::optional<NBXLogger> logger;

@@ -3,6 +3,8 @@
 #include "Localizer.h"
 #include "Sheet.h"
 
+class QPlainTextEdit;
+
 namespace nbx {
 
 struct AboutInfo {
@@ -20,13 +22,23 @@ public:
     AboutSheet(const Localizer& tr, const AboutInfo& info, QWidget* parent);
     QString versionLine() const { return versionLine_; }
     QPushButton* okButton() const { return ok_; }
+    QPushButton* diagnoseButton() const { return diagnose_; }
     QLabel* siteLink() const { return site_; }
+    // The checks' result lines; hidden until the first diagnosis.
+    QPlainTextEdit* diagnosis() const { return diagnosis_; }
+
+    // A diagnosis runs: the button waits for it.
+    void showDiagnosing();
+    void showDiagnosis(const QString& lines);
 
     static QString fillVersion(QString text, const QString& version);
 
 private:
     QString versionLine_;
+    QString checking_;
     QLabel* site_;
+    QPlainTextEdit* diagnosis_;
+    QPushButton* diagnose_;
     QPushButton* ok_;
 };
 

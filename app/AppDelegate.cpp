@@ -156,6 +156,8 @@ void AppDelegate::connectWindow() {
             [this] { profile_->clickProfileAuthenticate(); });
     profile_->connectWindow(w);
     connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
+    connect(w->aboutSheet->diagnoseButton(), &QPushButton::clicked, this,
+            &AppDelegate::clickDiagnose);
     connect(w->aboutSheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
     connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);
     connect(w->printLaterSheet->okButton(), &QPushButton::clicked, this,

@@ -108,6 +108,8 @@ public:
     bool setupApplicationExists() const;
     void clickAbout();
     void clickAbout_OKBtn();
+    // Runs the doctor's checks on a worker; the About sheet shows their lines.
+    void clickDiagnose();
     void showPrintLaterSheet();
     void clickPrinterLaterOKBtn();
     bool windowShouldClose() const { return true; }

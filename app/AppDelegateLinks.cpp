@@ -4,6 +4,7 @@
 
 #include "AboutSheet.h"
 #include "AppDelegate.h"
+#include "Doctor.h"
 #include "MainWindow.h"
 #include "PrintLaterSheet.h"
 #include "ServiceSettings.h"
@@ -53,6 +54,14 @@ void AppDelegate::clickAbout() {
 void AppDelegate::clickAbout_OKBtn() {
     window_->aboutSheet->hide();
     showRefreshWindow("STOP", false);
+}
+
+void AppDelegate::clickDiagnose() {
+    window_->aboutSheet->showDiagnosing();
+    inBackground([] { return doctor::Doctor().run().text(); },
+                 [this](const std::string& lines) {
+                     window_->aboutSheet->showDiagnosis(QString::fromStdString(lines));
+                 });
 }
 
 void AppDelegate::showPrintLaterSheet() {

@@ -14,8 +14,9 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SECTION utils)
 set(CPACK_DEBIAN_COMPRESSION_TYPE xz)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-# The back end only runs under the local scheduler and the agent makes its queue with lpadmin;
-# printing documents other than PDF also needs the scheduler's filters.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "cups-daemon, cups-client")
+# The back end only runs under the local scheduler, the agent makes its queue with lpadmin, and
+# the queue takes its jobs as PDF through the scheduler's filters. The rest of the printing
+# system (drivers for a printer to share) is the user's choice.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "cups-daemon, cups-client, cups-filters")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "cups")
 include(CPack)

@@ -5,6 +5,8 @@
 #include <QLineEdit>
 #include <QVBoxLayout>
 
+#include "NBXAccessible.h"
+
 namespace nbx {
 
 AccountEntry::AccountEntry(const Localizer& tr, QWidget* parent)
@@ -15,6 +17,8 @@ AccountEntry::AccountEntry(const Localizer& tr, QWidget* parent)
     registration_->setChecked(true);
     accountId_->setPlaceholderText(tr("Account ID"));
     password_->setPlaceholderText(tr("Password"));
+    NBXAccessible::name(accountId_, tr("Account ID"));
+    NBXAccessible::name(password_, tr("Password"));
     password_->setEchoMode(QLineEdit::Password);
     for (QLineEdit* field : {accountId_, password_}) {
         field->setEnabled(false);

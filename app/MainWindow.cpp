@@ -123,6 +123,9 @@ void MainWindow::buildToolbar(const Localizer& tr) {
     toolbar->addWidget(spacer);
     refreshAction = toolbar->addAction(NBXImages::image("icon_refresh"), tr("Refresh"));
     aboutButton = toolbar->addAction(NBXImages::image("icon_about"), tr("About"));
+    // A toolbar's buttons take no focus unless told, which leaves the tabs out of Tab's reach.
+    for (QAction* action : {printerTab, contactsTab, settingsTab, refreshAction, aboutButton})
+        toolbar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
 }
 
 QWidget* MainWindow::buildCentral(const Localizer& tr) {

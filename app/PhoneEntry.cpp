@@ -8,6 +8,7 @@
 #include <QListView>
 #include <QStandardItemModel>
 
+#include "NBXAccessible.h"
 #include "NBXCodeFormatter.h"
 #include "NBXImages.h"
 #include "NBXSendButton.h"
@@ -59,6 +60,9 @@ PhoneEntry::PhoneEntry(const Localizer& tr, const PropertyValue& countryTable,
     popup_->setMinimumWidth(170);
     phone_->setMinimumWidth(150);
     phone_->setPlaceholderText(tr("phone number"));
+    NBXAccessible::name(popup_, tr("Country"));
+    NBXAccessible::name(code_, tr("Country code"));
+    NBXAccessible::name(phone_, tr("phone number"));
     (new NBXCodeFormatter(countries_, popup_, sendButton, this))->attach(code_);
     (new NBXCodeFormatter(sendButton, this))->attach(phone_);
     connect(popup_, &QComboBox::activated, this, [this](int index) {

@@ -8,6 +8,8 @@
 #include <QRegularExpressionValidator>
 #include <QVBoxLayout>
 
+#include "NBXAccessible.h"
+
 namespace nbx {
 
 namespace {
@@ -33,6 +35,7 @@ PinEntry::PinEntry(const Localizer& tr, QWidget* parent)
       certificateProgress_(busyIndicator()),
       nextProgress_(busyIndicator()) {
     pin_->setPlaceholderText(tr("The certificate number"));
+    NBXAccessible::name(pin_, tr("The certificate number"));
     pin_->setValidator(new QRegularExpressionValidator(QRegularExpression("[0-9]{0,8}"), pin_));
     pin_->setEnabled(false);
     pin_->setMaximumWidth(220);

@@ -3,11 +3,14 @@
 #include <QCheckBox>
 #include <QHBoxLayout>
 #include <QLabel>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRegularExpression>
+#include <QToolButton>
 #include <QVBoxLayout>
 
+#include "NBXAccessible.h"
 #include "NBXPrinterCell.h"
 #include "PhoneEntry.h"
 
@@ -38,6 +41,9 @@ PrinterScreen::PrinterScreen(const Localizer& tr, const PropertyValue& countryTa
         new QLabel(tr("Please, enter the phone number of the friend you want to send the file."));
     hint->setWordWrap(true);
     hint->setObjectName("hint");
+    NBXAccessible::name(printers_, tr("My Printer"), intro->text());
+    NBXAccessible::name(friends_, tr("Send to Friend"));
+    NBXAccessible::name(friendEntry_->phoneField(), tr("phone number"), hint->text());
     for (QListWidget* table : {printers_, friends_}) {
         table->setObjectName("cardTable");
         table->setSelectionMode(QAbstractItemView::SingleSelection);
@@ -114,6 +120,12 @@ void PrinterScreen::reloadPrinters(const PropertyValue& agentList) {
         printers_->setCurrentItem(item);
     }
     setPlusButton(plusEnabled_, plusToolTip_);
+    // The rows' widgets join the window last; Tab reaches the add button right after the table.
+    for (int row = 0; row < printers_->count(); ++row) {
+        NBXPrinterCell* cell = printerCell(row);
+        if (cell && cell->cellType() == "TitleMyPrinter")
+            NBXAccessible::tabOrder({printers_, cell->addButton(), friends_});
+    }
 }
 
 void PrinterScreen::addRow(QListWidget* table, const QString& type, const QString& title,
@@ -125,6 +137,7 @@ void PrinterScreen::addRow(QListWidget* table, const QString& type, const QStrin
     // Row 0 stays selectable even as a header: selecting it means "no printer".
     if (cell->isHeader() && item->listWidget()->row(item) != 0) item->setFlags(Qt::ItemIsEnabled);
     table->setItemWidget(item, cell);
+    NBXAccessible::name(item, cell->title(), cell->subTitle());
     connect(cell, &NBXPrinterCell::addClicked, this, &PrinterScreen::addPrinterClicked);
 }
 

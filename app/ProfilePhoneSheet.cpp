@@ -6,6 +6,7 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 
+#include "NBXAccessible.h"
 #include "NBXCodeFormatter.h"
 #include "NBXSendButton.h"
 #include "PhoneEntry.h"
@@ -29,6 +30,7 @@ ProfilePhoneSheet::ProfilePhoneSheet(const Localizer& tr, const PropertyValue& c
     body()->addLayout(request);
 
     certificate_->setPlaceholderText(tr("The certificate number"));
+    NBXAccessible::name(certificate_, tr("The certificate number"));
     auto* pin = new QHBoxLayout;
     pin->addWidget(certificate_, 1);
     pin->addWidget(countdown_);

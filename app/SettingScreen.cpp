@@ -10,6 +10,7 @@
 #include <QVBoxLayout>
 
 #include "CIButton.h"
+#include "NBXAccessible.h"
 
 namespace nbx {
 
@@ -49,6 +50,7 @@ SettingScreen::SettingScreen(const Localizer& tr, QWidget* parent)
     }
     sections_->setObjectName("sectionTable");
     sections_->setFixedWidth(190);
+    NBXAccessible::name(sections_, tr("Settings"));
     pages_->addWidget(registrationSection(tr));
     pages_->addWidget(printingPopupSection(tr));
     pages_->addWidget(notificationSection(tr));
@@ -84,6 +86,7 @@ QWidget* SettingScreen::registrationSection(const Localizer& tr) {
     registrationCheck_ = new QCheckBox(tr("Printer Registration"));
     modelField_ = new QLineEdit;
     modelField_->setReadOnly(true);
+    NBXAccessible::name(modelField_, tr("Model Name"));
     search_ = new QPushButton(tr("Search"));
     auto* row = new QHBoxLayout;
     row->addWidget(registrationCheck_);

@@ -5,7 +5,9 @@
 #include <QPushButton>
 #include <QVBoxLayout>
 #include <algorithm>
+#include <vector>
 
+#include "NBXAccessible.h"
 #include "NBXTonerGuageCell.h"
 
 namespace nbx {
@@ -25,6 +27,7 @@ TonerWindow::TonerWindow(const Localizer& tr, QWidget* parent)
     table_->setMinimumHeight(160);
     table_->setSelectionMode(QAbstractItemView::NoSelection);
     table_->setFocusPolicy(Qt::NoFocus);
+    NBXAccessible::name(table_, tr("Out of Toner"));
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     body()->addWidget(table_);
     body()->addWidget(week_);
@@ -36,6 +39,12 @@ void TonerWindow::showPrinters(const PropertyValue& printers) {
     cell_ = new NBXTonerGuageCell(tr_, this);
     connect(cell_, &NBXTonerGuageCell::orderRequested, this, &TonerWindow::orderRequested);
     cell_->initPrintList(printers, table_);
+    // The rows' buttons join the window last; Tab reaches them before the box and Close.
+    std::vector<QWidget*> order;
+    for (const NBXTonerGuageCell::Row& row : cell_->arrPrintList())
+        order.push_back(row.orderButton);
+    order.insert(order.end(), {week_, close_});
+    NBXAccessible::tabOrder(order);
     // Up to three rows without scrolling.
     int height = 2 * table_->frameWidth();
     for (int row = 0; row < std::min(table_->count(), kRowsShown); ++row)

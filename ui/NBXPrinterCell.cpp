@@ -6,6 +6,7 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
+#include "NBXAccessible.h"
 #include "NBXImages.h"
 
 namespace nbx {
@@ -31,6 +32,7 @@ NBXPrinterCell::NBXPrinterCell(Localizer localizer, QWidget* parent)
     check_->hide();
     addButton_->setIcon(NBXImages::image("btn_add_normal"));
     addButton_->setAutoRaise(true);
+    NBXAccessible::name(addButton_, localizer_("Add Printer"));
     addButton_->hide();
     connect(addButton_, &QToolButton::clicked, this, &NBXPrinterCell::addClicked);
 

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <functional>
 
+#include "NBXAccessible.h"
 #include "NBXImages.h"
 #include "NBXPrinterCell.h"
 
@@ -138,6 +139,7 @@ void NBXTonerGuageCell::initPrintList(const PropertyValue& printers, QListWidget
         auto* item = new QListWidgetItem(table);
         item->setFlags(Qt::ItemIsEnabled);
         table->setItemWidget(item, widget);
+        NBXAccessible::name(item, arrPrintList_.back().title, arrPrintList_.back().warning);
         // The table's style sheet decides the row's size, so measure once it applies.
         widget->ensurePolished();
         item->setSizeHint(widget->sizeHint());
@@ -195,6 +197,8 @@ QWidget* NBXTonerGuageCell::makeRowWidget(Row& row, int index) {
     warning->setStyleSheet("color:#b45309;");
     row.orderButton = new QPushButton(localizer_("Order Now"));
     row.orderButton->setProperty("tag", index);
+    // Every row has one: say which printer it orders for.
+    NBXAccessible::name(row.orderButton, localizer_("Order Now"), row.title + ": " + row.warning);
     connect(row.orderButton, &QPushButton::clicked, this, [this, index] { clickOrderLow(index); });
 
     auto* names = new QVBoxLayout;

@@ -1,0 +1,111 @@
+// Every control a user operates, on every screen and sheet of the tour, has a name a screen reader
+// reads and is reached by Tab.
+#include <gtest/gtest.h>
+
+#include <QAbstractItemView>
+#include <QAccessible>
+#include <QWidget>
+#include <set>
+#include <vector>
+
+#include "QtTestApp.h"
+#include "ScopedEnv.h"
+#include "ScreenTour.h"
+#include "TempHome.h"
+
+namespace nbx::test {
+namespace {
+
+enum class Kind { Other, Control, Row };
+
+Kind kindOf(QAccessible::Role role) {
+    switch (role) {
+        case QAccessible::PushButton:
+        case QAccessible::CheckBox:
+        case QAccessible::RadioButton:
+        case QAccessible::ComboBox:
+        case QAccessible::EditableText:
+        case QAccessible::SpinBox:
+        case QAccessible::Slider:
+        case QAccessible::List:
+        case QAccessible::Table:
+        case QAccessible::Tree:
+        case QAccessible::Link:
+        case QAccessible::ButtonMenu:
+        case QAccessible::ButtonDropDown:
+        case QAccessible::PageTab:
+            return Kind::Control;
+        case QAccessible::ListItem:
+        case QAccessible::Cell:
+        case QAccessible::TreeItem:
+            return Kind::Row;
+        default:
+            return Kind::Other;
+    }
+}
+
+// What Tab reaches: the window's focus chain, less what is hidden or disabled or takes no Tab.
+std::set<QObject*> tabReach(QWidget* window) {
+    std::set<QObject*> reached;
+    QWidget* widget = window;
+    do {
+        if (widget->isVisible() && widget->isEnabled() && (widget->focusPolicy() & Qt::TabFocus))
+            reached.insert(widget);
+        widget = widget->nextInFocusChain();
+    } while (widget != window);
+    return reached;
+}
+
+void walk(QAccessibleInterface* node, std::set<QAccessibleInterface*>& seen) {
+    if (!node || node->state().invisible || !seen.insert(node).second) return;
+    for (int i = 0; i < node->childCount(); ++i)
+        walk(node->child(i), seen);
+}
+
+// The accessible tree, and every widget of the window too: rows' widgets inside item views are
+// not children in that tree but still take focus and get read.
+std::set<QAccessibleInterface*> interfacesOf(QWidget* window) {
+    std::set<QAccessibleInterface*> seen;
+    walk(QAccessible::queryAccessibleInterface(window), seen);
+    for (QWidget* widget : window->findChildren<QWidget*>()) {
+        if (widget->window() == window) walk(QAccessible::queryAccessibleInterface(widget), seen);
+    }
+    return seen;
+}
+
+void expectAccessible(QWidget* window, const QString& screen) {
+    const std::set<QObject*> reached = tabReach(window);
+    for (QAccessibleInterface* node : interfacesOf(window)) {
+        const Kind kind = kindOf(node->role());
+        const QAccessible::State state = node->state();
+        if (kind == Kind::Other || state.invisible || state.disabled) continue;
+        // Rows are not objects of their own: name their view.
+        const QObject* object = node->object() ? node->object() : node->parent()->object();
+        const QString name = node->text(QAccessible::Name).trimmed();
+        const std::string where =
+            QStringLiteral("%1: %2 %3 \"%4\"")
+                .arg(screen, object->metaObject()->className(), object->objectName(), name)
+                .toStdString();
+        EXPECT_FALSE(name.isEmpty()) << "unnamed " << where;
+        // A list nothing can be chosen in is read, not operated: its rows' buttons take the focus.
+        const auto* view = qobject_cast<const QAbstractItemView*>(object);
+        const bool readOnlyList = view && view->selectionMode() == QAbstractItemView::NoSelection;
+        if (kind == Kind::Control && !readOnlyList)
+            EXPECT_TRUE(reached.count(node->object())) << "not reached by Tab: " << where;
+    }
+}
+
+TEST(ScreensAccessibility, EveryControlIsNamedAndReachedByTab) {
+    qtApp();
+    TempHome home;
+    ScopedEnv noScheduler("CUPS_SERVER", "127.0.0.1:9");
+    int screens = 0;
+    tourScreens("en_US.UTF-8", [&](QWidget* window, const QString& name) {
+        ++screens;
+        expectAccessible(window, name);
+    });
+    EXPECT_GT(screens, 20);
+}
+
+}  // namespace
+}  // namespace nbx::test

@@ -1,0 +1,24 @@
+#include "NBXAccessible.h"
+
+#include <QListWidgetItem>
+#include <QWidget>
+
+namespace nbx {
+
+void NBXAccessible::name(QWidget* control, const QString& name, const QString& description) {
+    control->setAccessibleName(name);
+    // Left empty, a control's tool tip is read instead.
+    if (!description.isEmpty()) control->setAccessibleDescription(description);
+}
+
+void NBXAccessible::name(QListWidgetItem* row, const QString& name, const QString& description) {
+    row->setData(Qt::AccessibleTextRole, name);
+    row->setData(Qt::AccessibleDescriptionRole, description);
+}
+
+void NBXAccessible::tabOrder(const std::vector<QWidget*>& controls) {
+    for (std::size_t i = 1; i < controls.size(); ++i)
+        QWidget::setTabOrder(controls[i - 1], controls[i]);
+}
+
+}  // namespace nbx

@@ -8,8 +8,8 @@ if(NBX_SANITIZE)
 endif()
 
 if(NBX_TSAN)
-  # -O1 and line tables only: instrumented code at -O0 runs the tests several times slower, and a
-  # report needs files and lines, not variables. These follow the build type's flags, so they win.
+  # -O1: unoptimised instrumented code makes the tests much slower. Line tables only: a report
+  # needs files and lines, not variables. These follow the build type's flags, so they win.
   add_compile_options(-fsanitize=thread -fno-omit-frame-pointer -O1 -g1)
   add_link_options(-fsanitize=thread)
   # Every test, and every program a test starts, reads the suppressions of Qt's own races.

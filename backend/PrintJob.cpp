@@ -16,6 +16,7 @@
 #include "JobSender.h"
 #include "Outbox.h"
 #include "PropertyListFile.h"
+#include "SecretMask.h"
 #include "StateFiles.h"
 #include "UserSession.h"
 
@@ -27,7 +28,7 @@ constexpr int kPostOfficePageLimit = 150;
 constexpr std::chrono::hours kKeepMarks{24 * 30};
 
 void say(const char* level, const std::string& text) {
-    std::fprintf(stderr, "%s: %s\n", level, text.c_str());
+    std::fprintf(stderr, "%s: %s\n", level, maskSecrets(text).c_str());
     std::fflush(stderr);
 }
 

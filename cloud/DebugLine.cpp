@@ -4,6 +4,8 @@
 
 #include <cstdio>
 
+#include "SecretMask.h"
+
 namespace nbx {
 
 std::string printableDebugText(std::string_view message) {
@@ -26,11 +28,11 @@ std::string printableDebugText(std::string_view message) {
 }
 
 void writeDebugLine(std::string_view message) {
-    std::fprintf(stderr, "WARNING: %s\n", printableDebugText(message).c_str());
+    std::fprintf(stderr, "WARNING: %s\n", printableDebugText(maskSecrets(message)).c_str());
 }
 
 void writeSystemLogLine(std::string_view message) {
-    const std::string text = printableDebugText(message);
+    const std::string text = printableDebugText(maskSecrets(message));
     syslog(LOG_NOTICE, "%s", text.c_str());
     std::fprintf(stderr, "%s\n", text.c_str());
 }

@@ -5,8 +5,8 @@
 
 namespace nbx {
 
-// One diagnostic line on standard error as "WARNING: %s\n": every line feed becomes a blank and
-// bytes outside printable ASCII are shown as \xNN, so printing never fails.
+// One diagnostic line on standard error as "WARNING: %s\n": secrets hidden, every line feed
+// becomes a blank and bytes outside printable ASCII are shown as \xNN, so printing never fails.
 void writeDebugLine(std::string_view message);
 
 // A line for the system log, mirrored on standard error.

@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "NBXUtility.h"
+#include "SecretMask.h"
 
 namespace nbx {
 
@@ -144,9 +145,10 @@ void NBXLogger::commonInitilization(const std::string& folder) {
 
 void NBXLogger::log(const std::string& message) const {
     if (nDebug_ == 2) {
-        LoggingQueue::shared().submit([live = loggingFilePath_, backup = backupFilePath_, message] {
-            writeEntry(live, backup, message);
-        });
+        LoggingQueue::shared().submit(
+            [live = loggingFilePath_, backup = backupFilePath_, message = maskSecrets(message)] {
+                writeEntry(live, backup, message);
+            });
     } else if (nDebug_ == 1) {
         NBXSystemLog(message);
     }
@@ -175,8 +177,9 @@ void NBXLogger::flush() {
 }
 
 void NBXSystemLog(const std::string& message) {
-    syslog(LOG_NOTICE, "%s", message.c_str());
-    std::fprintf(stderr, "%s\n", message.c_str());
+    const std::string text = maskSecrets(message);
+    syslog(LOG_NOTICE, "%s", text.c_str());
+    std::fprintf(stderr, "%s\n", text.c_str());
 }
 
 }  // namespace nbx

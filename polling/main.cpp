@@ -10,6 +10,7 @@
 #include "NBXWebServiceRequest.h"
 #include "PollingAgent.h"
 #include "PollingFiles.h"
+#include "SecretMask.h"
 
 namespace {
 
@@ -43,7 +44,8 @@ int main(int argc, char** argv) {
     const nbx::polling::Log log = [&logger](const std::string& message) {
         logger.log(message);
         // Level 1 already writes to standard error.
-        if (logger.nDebug() != 1) std::fprintf(stderr, "nbx-polling-agent: %s\n", message.c_str());
+        if (logger.nDebug() != 1)
+            std::fprintf(stderr, "nbx-polling-agent: %s\n", nbx::maskSecrets(message).c_str());
     };
 
     nbx::polling::InstanceLock lock;

@@ -1,7 +1,14 @@
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <regex>
+
 #include "AppHarness.h"
 #include "CloudEmulator.h"
 #include "JSONKit.h"
 #include "NBXAuthenticationManger.h"
+#include "NBXLogger.h"
 
 namespace nbx::test {
 namespace {
@@ -325,6 +332,58 @@ TEST(BindAccount, StoresTheAnsweredTokenUnderItsOwnKeyOrAlertsWhenUnavailable) {
         EXPECT_EQ(stringByAESDecryption(*file["AccessToken"].data()), "T1");
         EXPECT_EQ(d.shared().nCrtFunctionNum, 7);
         EXPECT_EQ(h.alerts->texts(), Texts{});
+    }
+}
+
+// Everything the agent writes while registering and binding an account: its standard error
+// (the cloud's debug lines carry whole bodies), and every file in the home, the log among them.
+std::string everythingWritten(const AppHarness& h, const std::string& standardError) {
+    std::string text;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(h.home.path()))
+        if (entry.is_regular_file())
+            text += std::string(std::istreambuf_iterator<char>(std::ifstream(entry.path()).rdbuf()),
+                                {});
+    return text + standardError;
+}
+
+TEST(Secrets, NeitherTheTokensNorThePinReachWhatTheAgentWrites) {
+    Cloud cloud;
+    AppHarness h;
+    const std::string capture = h.home.path() + "/stderr.txt";
+    const int savedError = dup(2);
+    const int captured = open(capture.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ASSERT_TRUE(savedError >= 0 && captured >= 0 && dup2(captured, 2) == 2);
+    close(captured);
+    {
+        AppDelegate& d = h.launch();
+        enterPhone(d, "44", "7700900123");
+        requestPin(h, d, false);
+        const std::string pin = cloud.emulator.latestPin("44", "7700900123").value_or("");
+        typePinAndNext(h, d, pin);
+        h.writeUserFile("va.plist",
+                        dict({{"ValmoraAccountID", *dataByAESEncryption("ann@va")},
+                              {"ValmoraAccountToken", *dataByAESEncryption("vt-4Q9")},
+                              {"accessToken", h.readUserFile("va.plist")["accessToken"]}}));
+        d.registration().requestToBindVA();
+        h.runWorkers();
+        h.quit();
+        NBXLogger::flush();
+        std::fflush(stderr);
+        dup2(savedError, 2);
+        close(savedError);
+
+        const std::string token =
+            cloud.emulator.state()["users"].at(0)["accessToken"].string().value_or("");
+        ASSERT_GE(token.size(), 8u);
+        ASSERT_EQ(cloud.requestsTo("/nbx/v2/idmmgtsvc/user/account/bind").size(), 1u);
+        std::stringstream err;
+        err << std::ifstream(capture).rdbuf();
+        const std::string written = everythingWritten(h, err.str());
+        EXPECT_NE(written.find("responseData["), std::string::npos) << "no debug lines to search";
+        EXPECT_EQ(written.find(token), std::string::npos);
+        EXPECT_EQ(written.find("vt-4Q9"), std::string::npos);
+        EXPECT_FALSE(
+            std::regex_search(written, std::regex("pin[^0-9]{0,6}0*" + pin, std::regex::icase)));
     }
 }
 

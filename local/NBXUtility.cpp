@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <ctime>
 #include <filesystem>
+#include <mutex>
 
 #include "Configuration.h"
 #include "NBXAuthenticationManger.h"
@@ -51,8 +52,27 @@ std::string makeDebugFolder() {
 }  // namespace
 
 PropertyValue NBXUtility::infoDictionary() {
-    auto info = readPropertyListFile(Configuration::resourcesFolder() + "/Info.plist");
-    return info && info->isDictionary() ? std::move(*info) : PropertyValue();
+    // Start-up asks for it several times; it is read again only when the file changed.
+    struct Read {
+        std::string path;
+        fs::file_time_type time;
+        std::uintmax_t size = 0;
+        PropertyValue value;
+    };
+    static std::mutex mutex;
+    static Read last;
+    const std::string path = Configuration::resourcesFolder() + "/Info.plist";
+    std::error_code ec;
+    const auto time = fs::last_write_time(path, ec);
+    const auto size = ec ? 0 : fs::file_size(path, ec);
+    std::lock_guard lock(mutex);
+    if (ec || path != last.path || time != last.time || size != last.size) {
+        auto info = readPropertyListFile(path);
+        last = {path, time, size,
+                info && info->isDictionary() ? std::move(*info) : PropertyValue()};
+        if (ec) last.path.clear();
+    }
+    return last.value;
 }
 
 bool NBXUtility::checkIfDebugIsEnabledInBundle() {

@@ -37,10 +37,14 @@ QString fallbackFile(const QString& key) {
 }
 
 QIcon image(const QString& key) {
+    // Each picture is read once: the printer rows ask for the same few again and again, and
+    // reading one means a theme search and a decode. Widgets live on the main thread only.
+    static QHash<QString, QIcon> cache;
+    if (const auto found = cache.constFind(key); found != cache.constEnd()) return *found;
     const QString file = fallbackFile(key);
     const QIcon fallback = file.isEmpty() ? QIcon() : QIcon(file);
     const QString theme = themeName(key);
-    return theme.isEmpty() ? fallback : QIcon::fromTheme(theme, fallback);
+    return cache[key] = theme.isEmpty() ? fallback : QIcon::fromTheme(theme, fallback);
 }
 
 QIcon flag(const QString& alpha2) {

@@ -1,9 +1,16 @@
 // One empty main window that quits after its first paint, timed against the agent's start-up;
-// with "--no-window", a Qt Widgets program that starts and quits, timed against a direct print.
+// with "--text-widgets", the same window showing as many text widgets as the agent's first
+// screen (a menu, a title, a heading, a message and two buttons); with "--no-window", a Qt
+// Widgets program that starts and quits, timed against a direct print.
 #include <QApplication>
 #include <QEvent>
+#include <QHBoxLayout>
+#include <QLabel>
 #include <QMainWindow>
+#include <QMenuBar>
+#include <QPushButton>
 #include <QTimer>
+#include <QVBoxLayout>
 
 namespace {
 
@@ -21,6 +28,27 @@ protected:
     }
 };
 
+QWidget* textWidgets(QMainWindow& window) {
+    window.menuBar()->addMenu("Nimbrix")->addAction("Quit");
+    auto* central = new QWidget;
+    auto* layout = new QVBoxLayout(central);
+    layout->addWidget(new QLabel("Nimbrix 2.0"));
+    layout->addStretch();
+    layout->addWidget(new QLabel("Adding Nimbrix"), 0, Qt::AlignCenter);
+    auto* message = new QLabel(
+        "To print through Nimbrix, a Nimbrix printer must be added to this computer. Click Next "
+        "to add it.");
+    message->setWordWrap(true);
+    layout->addWidget(message);
+    layout->addStretch();
+    auto* buttons = new QHBoxLayout;
+    buttons->addStretch();
+    buttons->addWidget(new QPushButton("Cancel"));
+    buttons->addWidget(new QPushButton("Next"));
+    layout->addLayout(buttons);
+    return central;
+}
+
 }  // namespace
 
 int main(int argc, char* argv[]) {
@@ -32,6 +60,8 @@ int main(int argc, char* argv[]) {
     QMainWindow window;
     window.setWindowTitle("Nimbrix 2.0");
     window.resize(760, 560);
+    if (QApplication::arguments().contains("--text-widgets"))
+        window.setCentralWidget(textWidgets(window));
     window.installEventFilter(new QuitOnPaint(&window));
     window.show();
     return app.exec();

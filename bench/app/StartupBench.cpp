@@ -1,5 +1,6 @@
 // Time from process start to the main window's first paint: the agent against a bare Qt Widgets
-// program, in the same run. The "ratio" counter is agent time over bare time (medians).
+// program, in the same run: an empty window, and one with as many text widgets as the agent's
+// first screen. The "ratio" counters are agent time over bare time (medians).
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 #include <spawn.h>
@@ -36,9 +37,10 @@ void prepareEnvironment() {
 }
 
 // Seconds from spawn to exit, or a negative value when the program failed.
-double runOnce(const std::string& program) {
+double runOnce(const std::string& program, const char* option = nullptr) {
     std::vector<char*> argv = {const_cast<char*>(program.c_str()),
-                               const_cast<char*>("--quit-after-show"), nullptr};
+                               const_cast<char*>("--quit-after-show"), const_cast<char*>(option),
+                               nullptr};
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
@@ -66,10 +68,10 @@ void BM_StartupToFirstPaint(benchmark::State& state, const std::string& program)
     }
 }
 
-void BM_AgentOverBareRatio(benchmark::State& state) {
+void BM_AgentOverBareRatio(benchmark::State& state, const char* bareOption) {
     prepareEnvironment();
     nbx::bench::measureRatio(
-        state, [] { return runOnce(kAgent); }, [] { return runOnce(kBare); },
+        state, [] { return runOnce(kAgent); }, [=] { return runOnce(kBare, bareOption); },
         "cannot run the programs");
 }
 
@@ -81,7 +83,14 @@ BENCHMARK_CAPTURE(BM_StartupToFirstPaint, bare, kBare)
     ->UseManualTime()
     ->Iterations(10)
     ->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_AgentOverBareRatio)->UseManualTime()->Iterations(15)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_AgentOverBareRatio, empty_window, nullptr)
+    ->UseManualTime()
+    ->Iterations(15)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_AgentOverBareRatio, text_widgets, "--text-widgets")
+    ->UseManualTime()
+    ->Iterations(15)
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 

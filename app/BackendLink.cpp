@@ -4,7 +4,6 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <algorithm>
-#include <cctype>
 
 #include "AppDelegate.h"
 #include "DistributedNotificationCenter.h"
@@ -16,18 +15,13 @@
 #include "ServiceSettings.h"
 #include "SettingScreen.h"
 #include "StateFiles.h"
+#include "TextCase.h"
 
 namespace nbx {
 
 namespace {
 
 const char* kSilence = "The Nimbrix service is currently not available. Please try again later.";
-
-std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
 
 PropertyValue marker(const char* type) {
     return PropertyValue::dictionary({{"agentType", type}});
@@ -275,7 +269,8 @@ bool BackendLink::checkPrinterRegistration() {
                              : own["Mac address"].string();
     if (!address) return false;
     for (const PropertyValue& agent : *agents) {
-        if (upper(agent["agentMacAddress"].string().value_or("")) == upper(*address)) return true;
+        if (asciiUpper(agent["agentMacAddress"].string().value_or("")) == asciiUpper(*address))
+            return true;
     }
     app_.onMainThread([this] {
         app_.window()->settingScreen->registrationCheckBox()->setChecked(false);

@@ -8,24 +8,13 @@
 #include <map>
 
 #include "LaunchArguments.h"
+#include "TextCase.h"
 
 namespace nbx::backend {
 
 namespace {
 
 constexpr int kMaxCopies = 9999;
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
-
-std::string upper(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return text;
-}
 
 int copiesFrom(const std::string& text) {
     int copies = 1;
@@ -35,8 +24,8 @@ int copiesFrom(const std::string& text) {
 }
 
 std::string colorFrom(const std::string& colorModel, const std::string& colorMode) {
-    const std::string model = lower(colorModel);
-    const std::string mode = lower(colorMode);
+    const std::string model = asciiLower(colorModel);
+    const std::string mode = asciiLower(colorMode);
     const bool gray = model == "gray" || model == "grayscale" || model == "black" ||
                       model == "kgray" || mode == "monochrome" || mode == "bi-level" ||
                       mode == "process-monochrome";
@@ -44,8 +33,8 @@ std::string colorFrom(const std::string& colorModel, const std::string& colorMod
 }
 
 std::string duplexFrom(const std::string& duplex, const std::string& sides) {
-    const std::string d = lower(duplex);
-    const std::string s = lower(sides);
+    const std::string d = asciiLower(duplex);
+    const std::string s = asciiLower(sides);
     if (d == "duplexnotumble" || s == "two-sided-long-edge") return "DUPLEXLONG";
     if (d == "duplextumble" || s == "two-sided-short-edge") return "DUPLEXSHORT";
     return "None";
@@ -73,14 +62,14 @@ std::string paperFrom(std::string name) {
     };
     name = name.substr(0, name.find(','));
     if (name.empty()) return "A4";
-    const auto found = known.find(lower(name));
+    const auto found = known.find(asciiLower(name));
     if (found != known.end()) return found->second;
     // Only letters, digits and a few marks reach the agent's arguments.
     std::string cleaned;
     for (char c : name)
         if (std::isalnum(static_cast<unsigned char>(c)) || c == '-' || c == '_' || c == '.')
             cleaned += c;
-    return cleaned.empty() ? "A4" : upper(cleaned);
+    return cleaned.empty() ? "A4" : asciiUpper(cleaned);
 }
 
 }  // namespace

@@ -1,18 +1,10 @@
 #include "DeviceId.h"
 
-#include <algorithm>
-#include <cctype>
+#include "TextCase.h"
 
 namespace nbx {
 
 namespace {
-
-std::string upperCase(std::string_view text) {
-    std::string upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return upper;
-}
 
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
@@ -36,7 +28,7 @@ std::vector<DeviceId::Field> DeviceId::fields(std::string_view id, Reading readi
                 key = trimmed(key);
                 value = trimmed(value);
             }
-            found.push_back({upperCase(key), std::string(value)});
+            found.push_back({asciiUpper(key), std::string(value)});
         }
         if (end == std::string_view::npos) break;
         id.remove_prefix(end + 1);

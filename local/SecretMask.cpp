@@ -4,16 +4,11 @@
 #include <array>
 #include <cctype>
 
+#include "TextCase.h"
+
 namespace nbx {
 
 namespace {
-
-std::string lowered(std::string_view text) {
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return out;
-}
 
 bool isWordChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '_';
@@ -75,7 +70,7 @@ Span valueAfterKey(std::string_view text, std::size_t at, bool quotedKey) {
 bool isSecretKey(std::string_view key) {
     static constexpr std::array<std::string_view, 4> kNames = {"pin", "pincode", "password",
                                                                "passcode"};
-    const std::string name = lowered(key);
+    const std::string name = asciiLower(key);
     return std::find(kNames.begin(), kNames.end(), name) != kNames.end() ||
            (name.size() >= 5 && name.ends_with("token"));
 }

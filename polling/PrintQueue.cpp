@@ -6,6 +6,8 @@
 #include <cctype>
 #include <memory>
 
+#include "TextCase.h"
+
 namespace nbx::polling::PrintQueue {
 
 namespace {
@@ -14,12 +16,6 @@ struct IppDelete {
     void operator()(ipp_t* ipp) const { ippDelete(ipp); }
 };
 using Ipp = std::unique_ptr<ipp_t, IppDelete>;
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return text;
-}
 
 std::string uriFor(const char* resourceFormat, const std::string& value) {
     char uri[HTTP_MAX_URI];
@@ -67,7 +63,7 @@ PropertyDictionary tonerLevels(const std::vector<int>& levels,
         // A waste container shares its toner's colour but is no supply level.
         if (i < types.size() && types[i].find("waste") != std::string::npos) continue;
         for (const auto& [hex, name] : kColours) {
-            if (lower(colors[i]) == hex) toner.set(name, levels[i]);
+            if (asciiLower(colors[i]) == hex) toner.set(name, levels[i]);
         }
     }
     return toner;
@@ -107,7 +103,7 @@ Options optionsForJob(const PropertyValue& job) {
     if (sides == "SIMPLEX") options.emplace_back("sides", "one-sided");
     if (sides == "DUPLEX_LONG") options.emplace_back("sides", "two-sided-long-edge");
     if (sides == "DUPLEX_SHORT") options.emplace_back("sides", "two-sided-short-edge");
-    const std::string media = lower(job["mediaSize"].string().value_or(""));
+    const std::string media = asciiLower(job["mediaSize"].string().value_or(""));
     const bool plainMedia =
         !media.empty() && media.size() <= 64 && std::all_of(media.begin(), media.end(), [](char c) {
             return std::isalnum(static_cast<unsigned char>(c)) || c == '_' || c == '-' || c == '.';

@@ -12,24 +12,11 @@
 #include "DeviceId.h"
 #include "NBXPrinterQManger.h"
 #include "PropertyListFile.h"
+#include "TextCase.h"
 
 namespace nbx::picker {
 
 namespace {
-
-std::string lowerCase(std::string_view text) {
-    std::string lower(text);
-    std::transform(lower.begin(), lower.end(), lower.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return lower;
-}
-
-std::string upperCase(std::string_view text) {
-    std::string upper(text);
-    std::transform(upper.begin(), upper.end(), upper.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::toupper(c)); });
-    return upper;
-}
 
 std::string_view trimmed(std::string_view text) {
     const auto first = text.find_first_not_of(" \t");
@@ -67,7 +54,7 @@ std::string uriParameter(std::string_view uri, std::string_view name) {
         const auto end = rest.find('&');
         const std::string_view pair = rest.substr(0, end);
         const auto equals = pair.find('=');
-        if (equals != std::string_view::npos && lowerCase(pair.substr(0, equals)) == name)
+        if (equals != std::string_view::npos && asciiLower(pair.substr(0, equals)) == name)
             return percentDecoded(pair.substr(equals + 1));
         if (end == std::string_view::npos) break;
         rest.remove_prefix(end + 1);
@@ -83,7 +70,7 @@ std::string usbIdText(std::string_view text) {
     if (text.empty() || text.size() > 4) return {};
     for (const char c : text)
         if (hexDigit(c) < 0) return {};
-    return std::string(4 - text.size(), '0') + upperCase(text);
+    return std::string(4 - text.size(), '0') + asciiUpper(text);
 }
 
 // Six hex pairs, with or without separators, as "AA:BB:CC:DD:EE:FF".
@@ -106,10 +93,10 @@ std::string macAddressText(std::string_view text) {
 std::string connectionTypeOf(std::string_view uri) {
     const auto colon = uri.find(':');
     if (colon == std::string_view::npos) return "Local";
-    const std::string scheme = lowerCase(uri.substr(0, colon));
+    const std::string scheme = asciiLower(uri.substr(0, colon));
     if (scheme == "usb") return "USB";
     // Vendor back ends name the bus in the path: "hp:/usb/...", "hp:/net/...".
-    const std::string path = lowerCase(uri.substr(colon + 1));
+    const std::string path = asciiLower(uri.substr(colon + 1));
     if (path.rfind("/usb/", 0) == 0) return "USB";
     if (path.rfind("/net/", 0) == 0) return "Network";
     static const char* const kNetworkSchemes[] = {"ipp", "ipps",  "http", "https", "socket", "lpd",
@@ -156,7 +143,7 @@ std::map<std::string, std::string> queueDeviceIds() {
 }
 
 std::string schemeOf(std::string_view uri) {
-    return lowerCase(uri.substr(0, uri.find(':')));
+    return asciiLower(uri.substr(0, uri.find(':')));
 }
 
 struct DeviceSearch {

@@ -1,17 +1,9 @@
 #include "MultipartBody.h"
 
-#include <algorithm>
-#include <cctype>
+#include "TextCase.h"
 
 namespace nbx::emulator {
 namespace {
-
-std::string lower(std::string_view text) {
-    std::string out(text);
-    std::transform(out.begin(), out.end(), out.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return out;
-}
 
 std::string_view trim(std::string_view text) {
     while (!text.empty() && (text.front() == ' ' || text.front() == '\t'))
@@ -24,14 +16,14 @@ std::string_view trim(std::string_view text) {
 // The value of `name` in a header's parameter list ("form-data; name=\"a; b\"; filename=c"),
 // quotes removed. Parameters are taken in turn, so a quoted value may hold ';' and "name=".
 std::optional<std::string> parameter(std::string_view header, std::string_view name) {
-    const std::string wanted = lower(name);
+    const std::string wanted = asciiLower(name);
     for (auto semicolon = header.find(';'); semicolon != std::string_view::npos;) {
         header.remove_prefix(semicolon + 1);
         const auto equals = header.find('=');
         semicolon = header.find(';');
         if (equals == std::string_view::npos) return std::nullopt;
         if (semicolon < equals) continue;  // a parameter without a value
-        const bool found = lower(trim(header.substr(0, equals))) == wanted;
+        const bool found = asciiLower(trim(header.substr(0, equals))) == wanted;
         const std::string_view value = trim(header.substr(equals + 1, semicolon - equals - 1));
         if (value.empty() || value.front() != '"') {
             if (found) return std::string(value);
@@ -49,7 +41,7 @@ std::optional<std::string> parameter(std::string_view header, std::string_view n
 }  // namespace
 
 std::optional<std::string> MultipartBody::boundaryOf(std::string_view contentType) {
-    if (lower(trim(contentType.substr(0, contentType.find(';')))) != "multipart/form-data") {
+    if (asciiLower(trim(contentType.substr(0, contentType.find(';')))) != "multipart/form-data") {
         return std::nullopt;
     }
     auto boundary = parameter(contentType, "boundary");
@@ -64,10 +56,10 @@ bool MultipartBody::parseHeaders(std::string_view block, Part* part) {
         block = end == std::string_view::npos ? std::string_view() : block.substr(end + 2);
         auto colon = line.find(':');
         if (colon == std::string_view::npos) return false;
-        std::string name = lower(trim(line.substr(0, colon)));
+        std::string name = asciiLower(trim(line.substr(0, colon)));
         std::string_view value = trim(line.substr(colon + 1));
         if (name == "content-disposition") {
-            if (lower(value.substr(0, value.find(';'))) != "form-data") return false;
+            if (asciiLower(value.substr(0, value.find(';'))) != "form-data") return false;
             part->name = parameter(value, "name").value_or("");
             part->fileName = parameter(value, "filename");
         } else if (name == "content-type") {

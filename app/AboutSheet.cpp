@@ -22,6 +22,9 @@ AboutSheet::AboutSheet(const Localizer& tr, const AboutInfo& info, QWidget* pare
     site_ = addText(QStringLiteral("<a href=\"%1\">%2</a>")
                         .arg(info.siteUrl.toHtmlEscaped(), info.site.toHtmlEscaped()));
     site_->setTextFormat(Qt::RichText);
+    // Tab reaches the link and Return follows it, not only the mouse.
+    site_->setTextInteractionFlags(Qt::LinksAccessibleByMouse | Qt::LinksAccessibleByKeyboard);
+    site_->setAccessibleName(info.site);
     diagnosis_ = new QPlainTextEdit;
     diagnosis_->setReadOnly(true);
     diagnosis_->setLineWrapMode(QPlainTextEdit::NoWrap);

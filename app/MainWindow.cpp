@@ -201,7 +201,16 @@ void MainWindow::selectDefaultCountry(const QString& region) {
 }
 
 void MainWindow::showScreen(QWidget* screen) {
-    if (activeArea_->indexOf(screen) < 0) activeArea_->addWidget(screen);
+    if (activeArea_->indexOf(screen) < 0) {
+        activeArea_->addWidget(screen);
+        // A screen joins the focus chain after the wizard's buttons, made earlier: Tab should
+        // reach its fields before Cancel and Next, as they are read from top to bottom.
+        QWidget* last = screen;
+        while (screen->isAncestorOf(last->nextInFocusChain()))
+            last = last->nextInFocusChain();
+        QWidget::setTabOrder(last, wizardCancel);
+        QWidget::setTabOrder(wizardCancel, wizardNext);
+    }
     activeArea_->setCurrentWidget(screen);
 }
 QWidget* MainWindow::currentScreen() const {

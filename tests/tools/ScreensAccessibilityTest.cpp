@@ -1,9 +1,10 @@
 // Every control a user operates, on every screen and sheet of the tour, has a name a screen reader
-// reads and is reached by Tab.
+// reads and is reached by Tab, in reading order.
 #include <gtest/gtest.h>
 
 #include <QAbstractItemView>
 #include <QAccessible>
+#include <QMainWindow>
 #include <QWidget>
 #include <set>
 #include <vector>
@@ -56,6 +57,29 @@ std::set<QObject*> tabReach(QWidget* window) {
     return reached;
 }
 
+// Tab reads a screen from top to bottom: it never goes from a control to one wholly above it.
+// The toolbar and menu stay out: Tab reaches them after the screen, as it wraps around.
+void expectTopToBottom(QWidget* window, const QString& screen) {
+    const auto* main = qobject_cast<QMainWindow*>(window);
+    QWidget* scope = main ? main->centralWidget() : window;
+    QWidget* previous = nullptr;
+    for (QWidget* widget = window->nextInFocusChain(); widget != window;
+         widget = widget->nextInFocusChain()) {
+        if (!scope->isAncestorOf(widget) || !widget->isVisible() || !widget->isEnabled() ||
+            !(widget->focusPolicy() & Qt::TabFocus))
+            continue;
+        if (previous) {
+            const QRect was(previous->mapTo(window, QPoint()), previous->size());
+            const QRect is(widget->mapTo(window, QPoint()), widget->size());
+            EXPECT_GT(is.bottom(), was.top()) << screen.toStdString() << ": Tab goes up from "
+                                              << previous->metaObject()->className() << " to "
+                                              << widget->metaObject()->className() << " \""
+                                              << widget->accessibleName().toStdString() << "\"";
+        }
+        previous = widget;
+    }
+}
+
 void walk(QAccessibleInterface* node, std::set<QAccessibleInterface*>& seen) {
     if (!node || node->state().invisible || !seen.insert(node).second) return;
     for (int i = 0; i < node->childCount(); ++i)
@@ -95,7 +119,7 @@ void expectAccessible(QWidget* window, const QString& screen) {
     }
 }
 
-TEST(ScreensAccessibility, EveryControlIsNamedAndReachedByTab) {
+TEST(ScreensAccessibility, EveryControlIsNamedAndReachedByTabInReadingOrder) {
     qtApp();
     TempHome home;
     ScopedEnv noScheduler("CUPS_SERVER", "127.0.0.1:9");
@@ -103,6 +127,7 @@ TEST(ScreensAccessibility, EveryControlIsNamedAndReachedByTab) {
     tourScreens("en_US.UTF-8", [&](QWidget* window, const QString& name) {
         ++screens;
         expectAccessible(window, name);
+        expectTopToBottom(window, name);
     });
     EXPECT_GT(screens, 20);
 }

@@ -182,7 +182,9 @@ TEST_F(PrinterListTest, FailedListKeepsTheMarkersAndAlerts) {
         EXPECT_EQ(types(fresh.readUserFile("AgentPL.plist")),
                   (std::vector<std::string>{"My Drive", "TitleMyPrinter"}));
         ASSERT_EQ(fresh.alerts->shown.size(), alerts);
-        if (alerts) EXPECT_NE(fresh.alerts->texts()[0].find(code), std::string::npos);
+        if (alerts) {
+            EXPECT_NE(fresh.alerts->texts()[0].find(code), std::string::npos);
+        }
         EXPECT_FALSE(d.printers().bFirstShow);
     }
 }

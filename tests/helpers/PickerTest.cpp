@@ -165,7 +165,9 @@ TEST_F(PickerCupsTest, OkWritesTheChosenRowAndCancelNothing) {
         EXPECT_EQ(dialog.result(), ok ? QDialog::Accepted : QDialog::Rejected);
         const auto written = readPropertyListFile(path);
         EXPECT_EQ(written.has_value(), ok);
-        if (written) EXPECT_EQ(written->at(0)["Address"].string(), kQueue);
+        if (written) {
+            EXPECT_EQ(written->at(0)["Address"].string(), kQueue);
+        }
     }
 }
 

@@ -114,8 +114,9 @@ void expectAccessible(QWidget* window, const QString& screen) {
         // A list nothing can be chosen in is read, not operated: its rows' buttons take the focus.
         const auto* view = qobject_cast<const QAbstractItemView*>(object);
         const bool readOnlyList = view && view->selectionMode() == QAbstractItemView::NoSelection;
-        if (kind == Kind::Control && !readOnlyList)
+        if (kind == Kind::Control && !readOnlyList) {
             EXPECT_TRUE(reached.count(node->object())) << "not reached by Tab: " << where;
+        }
     }
 }
 

@@ -14,7 +14,8 @@ namespace {
 
 using Center = DistributedNotificationCenter;
 
-// The agent's reply to "GetPolling", or nothing when none came in time.
+// The agent's reply to "GetPolling", or nothing when none came in time. Asked twice: a signal
+// posted while an agent that just started is still subscribing reaches no one.
 std::optional<PropertyValue> askAgent(Center& center, std::chrono::milliseconds wait) {
     std::mutex mutex;
     std::condition_variable arrived;
@@ -27,10 +28,12 @@ std::optional<PropertyValue> askAgent(Center& center, std::chrono::milliseconds 
                                              reply = info;
                                              arrived.notify_all();
                                          });
-    if (center.postNotificationName(Center::kBackendRequest,
-                                    PropertyValue::dictionary({{"Command", "GetPolling"}}))) {
+    for (int attempt = 0; attempt < 2; ++attempt) {
+        if (!center.postNotificationName(Center::kBackendRequest,
+                                         PropertyValue::dictionary({{"Command", "GetPolling"}})))
+            break;
         std::unique_lock lock(mutex);
-        arrived.wait_for(lock, wait, [&] { return reply.has_value(); });
+        if (arrived.wait_for(lock, wait / 2, [&] { return reply.has_value(); })) break;
     }
     center.removeObserver(token);
     return reply;

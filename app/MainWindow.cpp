@@ -16,6 +16,7 @@
 #include "AccountEntry.h"
 #include "AlertSheet.h"
 #include "InformationSheet.h"
+#include "NBXAccessible.h"
 #include "NBXImages.h"
 #include "NBXMainBGView.h"
 #include "NBXRefreshView.h"
@@ -204,12 +205,12 @@ void MainWindow::showScreen(QWidget* screen) {
     if (activeArea_->indexOf(screen) < 0) {
         activeArea_->addWidget(screen);
         // A screen joins the focus chain after the wizard's buttons, made earlier: Tab should
-        // reach its fields before Cancel and Next, as they are read from top to bottom.
-        QWidget* last = screen;
-        while (screen->isAncestorOf(last->nextInFocusChain()))
-            last = last->nextInFocusChain();
-        QWidget::setTabOrder(last, wizardCancel);
-        QWidget::setTabOrder(wizardCancel, wizardNext);
+        // reach its fields before Cancel and Next, as they are read from top to bottom. The
+        // order can only be set after a widget that takes focus.
+        QWidget* last = nullptr;
+        for (QWidget* w = nextInFocusChain(); w != this; w = w->nextInFocusChain())
+            if (screen->isAncestorOf(w) && w->focusPolicy() != Qt::NoFocus) last = w;
+        if (last) NBXAccessible::tabOrder({last, wizardCancel, wizardNext});
     }
     activeArea_->setCurrentWidget(screen);
 }

@@ -15,7 +15,7 @@ class NBXAccessible {
 public:
     static void name(QWidget* control, const QString& name, const QString& description = {});
     static void name(QListWidgetItem* row, const QString& name, const QString& description = {});
-    // Tab goes from each control to the next, in the order given.
+    // Tab goes from each control to the next, in the order given; the first keeps its place.
     static void tabOrder(const std::vector<QWidget*>& controls);
 };
 

@@ -15,7 +15,7 @@
 #include "ServiceSettings.h"
 #include "SettingScreen.h"
 #include "StateFiles.h"
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx {
 

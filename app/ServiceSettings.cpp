@@ -24,10 +24,6 @@ namespace {
 
 const char* const kConnectionFailed = "Connection failed.";
 
-std::string jobPreferencePath() {
-    return StateFiles::pathTo(StateFiles::kJobPreferenceFile);
-}
-
 }  // namespace
 
 void ServiceSettings::connectWindow(MainWindow* w) {
@@ -115,7 +111,7 @@ void ServiceSettings::clickNotificationAgreeBtn() {
 // The settings page's box writes the file anew: the popup choice is all it keeps.
 void ServiceSettings::clickPrintPopupBtn() {
     const bool ticked = app_.window()->settingScreen->printingPopupCheckBox()->isChecked();
-    writePropertyListFile(jobPreferencePath(),
+    writePropertyListFile(StateFiles::pathTo(StateFiles::kJobPreferenceFile),
                           PropertyValue::dictionary({{"DirectPrint", ticked ? "FALSE" : "TRUE"}}));
 }
 
@@ -181,11 +177,12 @@ void ServiceSettings::selectRecentTarget() {
             if (named && same) found = static_cast<int>(i);
         }
         if (found < 0) {
-            StateFiles::updateDictionary(jobPreferencePath(), [](PropertyDictionary& file) {
-                PropertyValue info = file["SendInfo"];
-                info.set("Type", "Default");
-                file.set("SendInfo", info);
-            });
+            StateFiles::updateDictionary(StateFiles::pathTo(StateFiles::kJobPreferenceFile),
+                                         [](PropertyDictionary& file) {
+                                             PropertyValue info = file["SendInfo"];
+                                             info.set("Type", "Default");
+                                             file.set("SendInfo", info);
+                                         });
         }
         printers.selectPrinterListTableRow(std::max(found, 0), "Printer");
         screen->printerTable()->setFocus();

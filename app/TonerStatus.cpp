@@ -17,17 +17,14 @@ namespace nbx {
 
 namespace {
 
-std::string jobPreferencePath() {
-    return StateFiles::pathTo(StateFiles::kJobPreferenceFile);
-}
-
 bool jobPreferenceFileExists() {
     std::error_code ec;
-    return std::filesystem::exists(jobPreferencePath(), ec);
+    return std::filesystem::exists(StateFiles::pathTo(StateFiles::kJobPreferenceFile), ec);
 }
 
 void writeEmptyJobPreferences() {
-    StateFiles::updateDictionary(jobPreferencePath(), [](PropertyDictionary&) {});
+    StateFiles::updateDictionary(StateFiles::pathTo(StateFiles::kJobPreferenceFile),
+                                 [](PropertyDictionary&) {});
 }
 
 }  // namespace
@@ -71,7 +68,8 @@ bool TonerStatus::checkTonerInfoShowAgain() {
         return true;
     }
     const PropertyDictionary file =
-        StateFiles::readDictionary(jobPreferencePath()).value_or(PropertyDictionary());
+        StateFiles::readDictionary(StateFiles::pathTo(StateFiles::kJobPreferenceFile))
+            .value_or(PropertyDictionary());
     if (!file.contains("AgAgain") || !file.contains("Agtime")) return true;
     const QDateTime saved = QDateTime::fromString(
         QString::fromStdString(file["Agtime"].string().value_or("")), kTimeFormat);

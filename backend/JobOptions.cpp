@@ -8,7 +8,7 @@
 #include <map>
 
 #include "LaunchArguments.h"
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx::backend {
 

@@ -1,6 +1,6 @@
 #include "DeviceId.h"
 
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx {
 

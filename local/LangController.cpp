@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "Configuration.h"
+#include "Text.h"
 
 namespace nbx {
 
@@ -12,12 +13,6 @@ namespace {
 
 constexpr std::string_view kEscapedAmpersand = "&amp;";
 constexpr std::string_view kMarker = "[]";
-
-std::string replaceAll(std::string text, std::string_view from, std::string_view to) {
-    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
-    return text;
-}
 
 bool isFile(const std::filesystem::path& path) {
     std::error_code ec;

@@ -5,6 +5,7 @@
 #include <system_error>
 
 #include "PropertyValue.h"
+#include "Text.h"
 
 namespace nbx {
 
@@ -24,11 +25,6 @@ std::optional<std::string> readSmallFile(const std::string& path) {
     }
     if (in.bad()) return std::nullopt;
     return text;
-}
-
-void replaceAll(std::string& text, std::string_view from, std::string_view to) {
-    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
-        text.replace(at, from.size(), to);
 }
 
 // Text of a node's first child, when that child is text.
@@ -58,7 +54,7 @@ std::optional<LangTable> LangXMLParser::parsingNBXD2LangWithPath(const std::stri
     auto text = readSmallFile(path);
     if (!text || !isValidUtf8(*text)) return std::nullopt;
     // An escaped ampersand survives parsing as a plain marker; look-ups undo it.
-    replaceAll(*text, "&amp;", "[]");
+    *text = replaceAll(std::move(*text), "&amp;", "[]");
     pugi::xml_document document;
     if (!document.load_buffer(text->data(), text->size(), pugi::parse_default, pugi::encoding_utf8))
         return std::nullopt;

@@ -4,7 +4,7 @@
 #include <array>
 #include <cctype>
 
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx {
 

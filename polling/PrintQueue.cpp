@@ -6,7 +6,7 @@
 #include <cctype>
 #include <memory>
 
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx::polling::PrintQueue {
 

@@ -12,7 +12,7 @@
 #include "DeviceId.h"
 #include "NBXPrinterQManger.h"
 #include "PropertyListFile.h"
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx::picker {
 

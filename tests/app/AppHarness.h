@@ -48,6 +48,7 @@ namespace nbx::test {
 
 using Texts = std::vector<std::string>;
 
+inline const std::string kPreferences = "com.Valmora.nbx.plist";
 inline const std::string kQueueFailed = "Adding Printer in System Preferences is failed.";
 // What a signed-in refresh tells when no service answers: once for the settings the first
 // time, once for the printer list.

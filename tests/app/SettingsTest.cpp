@@ -5,8 +5,6 @@
 namespace nbx::test {
 namespace {
 
-const std::string kPreferences = "com.Valmora.nbx.plist";
-
 PropertyValue me(const char* marketing) {
     return dict({{"countryCode", "82"},
                  {"phoneNumber", "101234"},

@@ -7,7 +7,6 @@
 namespace nbx::test {
 namespace {
 
-const std::string kPreferences = "com.Valmora.nbx.plist";
 const QDateTime kNow(QDate(2026, 3, 20), QTime(12, 0));
 
 std::string ago(int days, QTime at = QTime(12, 0)) {

@@ -1,6 +1,6 @@
 #include "MultipartBody.h"
 
-#include "TextCase.h"
+#include "Text.h"
 
 namespace nbx::emulator {
 namespace {

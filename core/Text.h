@@ -21,4 +21,12 @@ inline std::string asciiUpper(std::string_view text) {
     return out;
 }
 
+// Every occurrence of `from` replaced, left to right; replacements are not searched again.
+inline std::string replaceAll(std::string text, std::string_view from, std::string_view to) {
+    if (from.empty()) return text;
+    for (auto at = text.find(from); at != std::string::npos; at = text.find(from, at + to.size()))
+        text.replace(at, from.size(), to);
+    return text;
+}
+
 }  // namespace nbx

@@ -19,10 +19,12 @@ constexpr const char* kMissingApplication = "Adding Printer in System Preference
 }  // namespace
 
 void AccountLink::connectWindow(MainWindow* w) {
-    QObject::connect(w->settingScreen->signInButton(), &QPushButton::clicked, &app_,
-                     [this] { clickAccountSignIn(); });
-    QObject::connect(w->settingScreen->signOutButton(), &QPushButton::clicked, &app_,
-                     [this] { clickAccountSignOut(true); });
+    w->settingScreen.whenBuilt([this](SettingScreen* screen) {
+        QObject::connect(screen->signInButton(), &QPushButton::clicked, &app_,
+                         [this] { clickAccountSignIn(); });
+        QObject::connect(screen->signOutButton(), &QPushButton::clicked, &app_,
+                         [this] { clickAccountSignOut(true); });
+    });
 }
 
 bool AccountLink::accountApplicationExists() const {

@@ -138,32 +138,42 @@ void AppDelegate::connectWindow() {
     connect(w, &MainWindow::windowWillClose, this, &AppDelegate::windowWillClose);
     connect(w->wizardNext, &QPushButton::clicked, this, &AppDelegate::nextAction);
     connect(w->wizardCancel, &QPushButton::clicked, this, &AppDelegate::cancelAction);
-    connect(w->printerScreen->nextButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
-    connect(w->printerScreen->cancelButton(), &QPushButton::clicked, this,
-            &AppDelegate::cancelAction);
-    connect(w->settingScreen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
-    connect(w->settingScreen->searchButton(), &QPushButton::clicked, this,
-            [this] { sharing_->clickSelectPrinter(); });
-    connect(w->settingScreen->registrationCheckBox(), &QCheckBox::toggled, this,
-            [this](bool ticked) {
-                sharing_->clickSharingPrinterCheckBox(ticked);
-                sharing_->ManagedPrinterRegistrationBtn();
-            });
-    // Cancel puts back what is registered.
-    connect(w->settingScreen->cancelButton(), &QPushButton::clicked, this,
-            [this] { sharing_->updateAgentInfo(); });
-    connect(w->settingScreen->authenticateButton(), &QPushButton::clicked, this,
-            [this] { profile_->clickProfileAuthenticate(); });
+    w->printerScreen.whenBuilt([this](PrinterScreen* screen) {
+        // The print window's own buttons show only when the agent runs for a job.
+        screen->popupCheckBox()->hide();
+        screen->nextButton()->hide();
+        screen->cancelButton()->hide();
+        connect(screen->nextButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
+        connect(screen->cancelButton(), &QPushButton::clicked, this, &AppDelegate::cancelAction);
+    });
+    w->settingScreen.whenBuilt([this](SettingScreen* screen) {
+        connect(screen->applyButton(), &QPushButton::clicked, this, &AppDelegate::nextAction);
+        connect(screen->searchButton(), &QPushButton::clicked, this,
+                [this] { sharing_->clickSelectPrinter(); });
+        connect(screen->registrationCheckBox(), &QCheckBox::toggled, this, [this](bool ticked) {
+            sharing_->clickSharingPrinterCheckBox(ticked);
+            sharing_->ManagedPrinterRegistrationBtn();
+        });
+        // Cancel puts back what is registered.
+        connect(screen->cancelButton(), &QPushButton::clicked, this,
+                [this] { sharing_->updateAgentInfo(); });
+        connect(screen->authenticateButton(), &QPushButton::clicked, this,
+                [this] { profile_->clickProfileAuthenticate(); });
+        connect(screen->moreInfoLink(), &QPushButton::clicked, this, &AppDelegate::clickMoreInfo);
+    });
     profile_->connectWindow(w);
-    connect(w->aboutSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
-    connect(w->aboutSheet->diagnoseButton(), &QPushButton::clicked, this,
-            &AppDelegate::clickDiagnose);
-    connect(w->aboutSheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
-    connect(w->alertSheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);
-    connect(w->printLaterSheet->okButton(), &QPushButton::clicked, this,
-            &AppDelegate::clickPrinterLaterOKBtn);
-    connect(w->settingScreen->moreInfoLink(), &QPushButton::clicked, this,
-            &AppDelegate::clickMoreInfo);
+    w->aboutSheet.whenBuilt([this](AboutSheet* sheet) {
+        connect(sheet->okButton(), &QPushButton::clicked, this, &AppDelegate::clickAbout_OKBtn);
+        connect(sheet->diagnoseButton(), &QPushButton::clicked, this, &AppDelegate::clickDiagnose);
+        connect(sheet->siteLink(), &QLabel::linkActivated, this, &AppDelegate::clickWebLink);
+    });
+    w->alertSheet.whenBuilt([this](AlertSheet* sheet) {
+        connect(sheet->okButton(), &QPushButton::clicked, this, &AppDelegate::closeAlertWindow);
+    });
+    w->printLaterSheet.whenBuilt([this](PrintLaterSheet* sheet) {
+        connect(sheet->okButton(), &QPushButton::clicked, this,
+                &AppDelegate::clickPrinterLaterOKBtn);
+    });
     registration_->connectWindow(w);
     toner_->connectWindow(w);
     printers_->connectWindow(w);

@@ -3,6 +3,7 @@
 #include <QPushButton>
 
 #include "AppDelegate.h"
+#include "AuthScreen.h"
 #include "BackendLink.h"
 #include "MainWindow.h"
 #include "NBXPrinterQManger.h"

@@ -69,8 +69,10 @@ void AppDelegate::applicationDidFinishLaunching(const QStringList& arguments) {
         window_->setTitleViewVisible(false);
         showSetting();
     } else {
-        window_->settingScreen->applyButton()->hide();
-        window_->settingScreen->cancelButton()->hide();
+        window_->settingScreen.whenBuilt([](SettingScreen* settings) {
+            settings->applyButton()->hide();
+            settings->cancelButton()->hide();
+        });
         window_->setWizardButtonsVisible(true);
         window_->setToolbarVisible(false);
         showAddPrinterScreen();
@@ -91,9 +93,6 @@ void AppDelegate::buildWindow() {
     window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode_, about);
     window_->selectDefaultCountry(QString::fromStdString(sSystemRegion_));
     registration_->logDefaultCountry();
-    window_->printerScreen->popupCheckBox()->hide();
-    window_->printerScreen->nextButton()->hide();
-    window_->printerScreen->cancelButton()->hide();
     connectWindow();
 }
 

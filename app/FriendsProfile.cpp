@@ -9,8 +9,10 @@
 namespace nbx {
 
 void FriendsProfile::connectWindow(MainWindow* w) {
-    QObject::connect(w->settingScreen->editButton(), &QPushButton::clicked, &app_,
-                     [this] { clickProfileEdit(); });
+    w->settingScreen.whenBuilt([this](SettingScreen* screen) {
+        QObject::connect(screen->editButton(), &QPushButton::clicked, &app_,
+                         [this] { clickProfileEdit(); });
+    });
 }
 
 void FriendsProfile::clickProfileEdit() {

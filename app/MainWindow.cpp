@@ -12,18 +12,15 @@
 #include <QToolBar>
 #include <QVBoxLayout>
 
-#include "AboutSheet.h"
-#include "AccountEntry.h"
 #include "AlertSheet.h"
+#include "AuthScreen.h"
 #include "InformationSheet.h"
 #include "NBXAccessible.h"
 #include "NBXImages.h"
 #include "NBXMainBGView.h"
 #include "NBXRefreshView.h"
-#include "NBXSendButton.h"
 #include "NBXTitleImageView.h"
 #include "PhoneEntry.h"
-#include "PinEntry.h"
 #include "PrintLaterSheet.h"
 #include "PrinterScreen.h"
 #include "ProfilePhoneSheet.h"
@@ -62,29 +59,61 @@ QLineEdit { padding: 4px 6px; border: 1px solid #d1d5db; border-radius: 6px;
 }  // namespace
 
 MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
-                       const AboutInfo& about) {
+                       const AboutInfo& about)
+    : tonerWindow([this] { return new TonerWindow(tr_, this); }),
+      aboutSheet([this] { return new AboutSheet(tr_, about_, this); }),
+      alertSheet([this] { return new AlertSheet(tr_, this); }),
+      authScreen([this] {
+          auto* screen = ownScreen(new AuthScreen(tr_, countryTable_, countryModel()));
+          withDefaultCountry(screen->phoneEntry());
+          return screen;
+      }),
+      addPrinterScreen([this] {
+          return wizardScreen("icon_printer", "Adding Nimbrix", "localKey_MSG_PrinterQ");
+      }),
+      sharingPrinterScreen([this] {
+          return wizardScreen(
+              "icon_printer", "Printer Registration via PC",
+              "If your printer does not have a Nimbrix feature, connect your PC to the cloud.");
+      }),
+      registrationEnableScreen([this] {
+          return wizardScreen(
+              "icon_printer", "Set the printer to register",
+              "After connecting, the Printer name will be shown in your Nimbrix mobile app.");
+      }),
+      registrationScreen([this] {
+          return wizardScreen("icon_printer", "Printer Registration",
+                              "Set the printer to register");
+      }),
+      guideScreen([this] {
+          return wizardScreen(
+              "icon_my-cloud-box", "Nimbrix 2.0",
+              "After connecting, the Printer name will be shown in your Nimbrix mobile app.");
+      }),
+      printerScreen([this] {
+          auto* screen = ownScreen(new PrinterScreen(tr_, countryTable_, countryModel()));
+          withDefaultCountry(screen->friendEntry());
+          return screen;
+      }),
+      settingScreen([this] { return ownScreen(new SettingScreen(tr_)); }),
+      informationSheet([this] { return new InformationSheet(tr_, this); }),
+      renameSheet([this] { return new RenameSheet(tr_, this); }),
+      unlinkSheet([this] { return new UnlinkSheet(tr_, this); }),
+      printLaterSheet([this] { return new PrintLaterSheet(tr_, this); }),
+      profilePhoneSheet([this] {
+          auto* sheet = new ProfilePhoneSheet(tr_, countryTable_, countryModel(), this);
+          withDefaultCountry(sheet->phoneEntry());
+          return sheet;
+      }),
+      tr_(tr),
+      countryTable_(countryTable),
+      about_(about) {
     setWindowTitle("Nimbrix 2.0");
     setStyleSheet(kStyle);
     resize(760, 560);
-    buildMenu(tr);
-    tonerWindow = new TonerWindow(tr, this);
-    aboutSheet = new AboutSheet(tr, about, this);
-    alertSheet = new AlertSheet(tr, this);
-    setCentralWidget(buildCentral(tr));
-    buildToolbar(tr);
-    countryModel_ = PhoneEntry::makeCountryModel(tr, countryTable, this);
-    printerScreen = new PrinterScreen(tr, countryTable, countryModel_);
-    settingScreen = new SettingScreen(tr);
-    buildWizardScreens(tr, countryTable);
-    // Screens join the active area when first shown: polishing hidden ones would slow start-up.
-    screens_ = {
-        authScreen,         addPrinterScreen, sharingPrinterScreen, registrationEnableScreen,
-        registrationScreen, guideScreen,      printerScreen,        settingScreen};
-    informationSheet = new InformationSheet(tr, this);
-    renameSheet = new RenameSheet(tr, this);
-    unlinkSheet = new UnlinkSheet(tr, this);
-    printLaterSheet = new PrintLaterSheet(tr, this);
-    profilePhoneSheet = new ProfilePhoneSheet(tr, countryTable, countryModel_, this);
+    buildMenu();
+    setCentralWidget(buildCentral());
+    buildToolbar();
     refreshView = new NBXRefreshView(centralWidget());
 }
 
@@ -94,7 +123,29 @@ MainWindow::~MainWindow() {
     }
 }
 
-void MainWindow::buildMenu(const Localizer& tr) {
+template <typename T>
+T* MainWindow::ownScreen(T* screen) {
+    screens_.emplace_back(screen);
+    return screen;
+}
+
+WizardScreen* MainWindow::wizardScreen(const char* image, const char* heading,
+                                       const char* message) {
+    return ownScreen(new WizardScreen(image, tr_(heading), tr_(message)));
+}
+
+QAbstractItemModel* MainWindow::countryModel() {
+    if (!countryModel_) countryModel_ = PhoneEntry::makeCountryModel(tr_, countryTable_, this);
+    return countryModel_;
+}
+
+PhoneEntry* MainWindow::withDefaultCountry(PhoneEntry* entry) const {
+    if (!region_.isEmpty()) entry->selectRegion(region_);
+    return entry;
+}
+
+void MainWindow::buildMenu() {
+    const Localizer& tr = tr_;
     QMenu* menu = menuBar()->addMenu("Nimbrix");
     aboutAction = menu->addAction(tr("About"));
     aboutAction->setMenuRole(QAction::AboutRole);
@@ -104,7 +155,8 @@ void MainWindow::buildMenu(const Localizer& tr) {
     quitAction->setMenuRole(QAction::QuitRole);
 }
 
-void MainWindow::buildToolbar(const Localizer& tr) {
+void MainWindow::buildToolbar() {
+    const Localizer& tr = tr_;
     toolbar = addToolBar("tabs");
     toolbar->setMovable(false);
     toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
@@ -129,7 +181,8 @@ void MainWindow::buildToolbar(const Localizer& tr) {
         toolbar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
 }
 
-QWidget* MainWindow::buildCentral(const Localizer& tr) {
+QWidget* MainWindow::buildCentral() {
+    const Localizer& tr = tr_;
     auto* background = new NBXMainBGView(QColor(0xf7, 0xf8, 0xfa));
     titleView = new NBXTitleImageView;
     titleView->setPixmap(NBXImages::image("icon_printer").pixmap(28, 28));
@@ -161,44 +214,11 @@ QWidget* MainWindow::buildCentral(const Localizer& tr) {
     return background;
 }
 
-void MainWindow::buildWizardScreens(const Localizer& tr, const PropertyValue& countryTable) {
-    authScreen = new WizardScreen("icon_profile01", tr("Register your phone number"),
-                                  tr("Please, Enter the sender information, the recipient can view "
-                                     "the information of the sender"));
-    authCertButton = new NBXSendButton(tr("Certification"));
-    authCertButton->setToolTip(tr("Authentication Request Push Cert Tooltip"));
-    authPinEntry = new PinEntry(tr);
-    auto* authEntry = new QWidget;
-    auto* authLayout = new QHBoxLayout(authEntry);
-    authPhoneEntry = new PhoneEntry(tr, countryTable, countryModel_, authCertButton);
-    authLayout->addWidget(authPhoneEntry, 1);
-    authLayout->addWidget(authCertButton);
-    authLayout->addWidget(authPinEntry->certificateProgress());
-    authScreen->addBody(authEntry);
-    authScreen->addBody(authPinEntry);
-    authAccountEntry = new AccountEntry(tr);
-    authScreen->addBody(authAccountEntry);
-    addPrinterScreen =
-        new WizardScreen("icon_printer", tr("Adding Nimbrix"), tr("localKey_MSG_PrinterQ"));
-    sharingPrinterScreen = new WizardScreen(
-        "icon_printer", tr("Printer Registration via PC"),
-        tr("If your printer does not have a Nimbrix feature, connect your PC to the cloud."));
-    registrationEnableScreen =
-        new WizardScreen("icon_printer", tr("Set the printer to register"),
-                         tr("After connecting, the Printer name will be shown in your Nimbrix "
-                            "mobile app."));
-    registrationScreen = new WizardScreen("icon_printer", tr("Printer Registration"),
-                                          tr("Set the printer to register"));
-    guideScreen = new WizardScreen("icon_my-cloud-box", tr("Nimbrix 2.0"),
-                                   tr("After connecting, the Printer name will be shown in your "
-                                      "Nimbrix mobile app."));
-}
-
 void MainWindow::selectDefaultCountry(const QString& region) {
-    for (PhoneEntry* entry :
-         {authPhoneEntry, printerScreen->friendEntry(), profilePhoneSheet->phoneEntry()}) {
-        entry->selectRegion(region);
-    }
+    region_ = region;
+    if (authScreen.isBuilt()) withDefaultCountry(authScreen->phoneEntry());
+    if (printerScreen.isBuilt()) withDefaultCountry(printerScreen->friendEntry());
+    if (profilePhoneSheet.isBuilt()) withDefaultCountry(profilePhoneSheet->phoneEntry());
 }
 
 void MainWindow::showScreen(QWidget* screen) {
@@ -221,7 +241,11 @@ QWidget* MainWindow::currentScreen() const {
 void MainWindow::selectTab(const QString& tab) {
     const bool setting = tab == "Setting";
     (setting ? settingsTab : printerTab)->setChecked(true);
-    showScreen(setting ? static_cast<QWidget*>(settingScreen) : printerScreen);
+    if (setting) {
+        showScreen(settingScreen);
+    } else {
+        showScreen(printerScreen);
+    }
 }
 
 void MainWindow::setWizardButtonsVisible(bool visible) {

@@ -4,6 +4,8 @@
 #include <QPointer>
 #include <vector>
 
+#include "AboutSheet.h"
+#include "LazyWidget.h"
 #include "Localizer.h"
 #include "PropertyValue.h"
 
@@ -17,14 +19,12 @@ class QToolBar;
 namespace nbx {
 
 class AboutSheet;
-class AccountEntry;
 class AlertSheet;
+class AuthScreen;
 class InformationSheet;
 class NBXRefreshView;
 class NBXTitleImageView;
-class NBXSendButton;
 class PhoneEntry;
-class PinEntry;
 class PrintLaterSheet;
 class PrinterScreen;
 class ProfilePhoneSheet;
@@ -33,10 +33,10 @@ class SettingScreen;
 class TonerWindow;
 class UnlinkSheet;
 class WizardScreen;
-struct AboutInfo;
 
 // "Nimbrix 2.0": the menu, the toolbar tabs, the active area holding every screen, the wizard
 // buttons, the busy overlay and the sheets. Holds no flow logic; the controller drives it.
+// Screens and sheets are built at their first use.
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
@@ -68,26 +68,22 @@ public:
     QPushButton* wizardCancel = nullptr;
     QPushButton* wizardNext = nullptr;
 
-    TonerWindow* tonerWindow = nullptr;
-    AboutSheet* aboutSheet = nullptr;
-    AlertSheet* alertSheet = nullptr;
-    WizardScreen* authScreen = nullptr;
-    WizardScreen* addPrinterScreen = nullptr;
-    WizardScreen* sharingPrinterScreen = nullptr;
-    WizardScreen* registrationEnableScreen = nullptr;
-    WizardScreen* registrationScreen = nullptr;
-    WizardScreen* guideScreen = nullptr;
-    PhoneEntry* authPhoneEntry = nullptr;
-    NBXSendButton* authCertButton = nullptr;
-    PinEntry* authPinEntry = nullptr;
-    AccountEntry* authAccountEntry = nullptr;
-    PrinterScreen* printerScreen = nullptr;
-    SettingScreen* settingScreen = nullptr;
-    InformationSheet* informationSheet = nullptr;
-    RenameSheet* renameSheet = nullptr;
-    UnlinkSheet* unlinkSheet = nullptr;
-    PrintLaterSheet* printLaterSheet = nullptr;
-    ProfilePhoneSheet* profilePhoneSheet = nullptr;
+    LazyWidget<TonerWindow> tonerWindow;
+    LazyWidget<AboutSheet> aboutSheet;
+    LazyWidget<AlertSheet> alertSheet;
+    LazyWidget<AuthScreen> authScreen;
+    LazyWidget<WizardScreen> addPrinterScreen;
+    LazyWidget<WizardScreen> sharingPrinterScreen;
+    LazyWidget<WizardScreen> registrationEnableScreen;
+    LazyWidget<WizardScreen> registrationScreen;
+    LazyWidget<WizardScreen> guideScreen;
+    LazyWidget<PrinterScreen> printerScreen;
+    LazyWidget<SettingScreen> settingScreen;
+    LazyWidget<InformationSheet> informationSheet;
+    LazyWidget<RenameSheet> renameSheet;
+    LazyWidget<UnlinkSheet> unlinkSheet;
+    LazyWidget<PrintLaterSheet> printLaterSheet;
+    LazyWidget<ProfilePhoneSheet> profilePhoneSheet;
     NBXRefreshView* refreshView = nullptr;
 
 signals:
@@ -98,11 +94,21 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void buildMenu(const Localizer& tr);
-    void buildToolbar(const Localizer& tr);
-    void buildWizardScreens(const Localizer& tr, const PropertyValue& countryTable);
-    QWidget* buildCentral(const Localizer& tr);
+    void buildMenu();
+    void buildToolbar();
+    QWidget* buildCentral();
+    // A screen lives outside the window until first shown, so the window deletes it.
+    template <typename T>
+    T* ownScreen(T* screen);
+    WizardScreen* wizardScreen(const char* image, const char* heading, const char* message);
+    QAbstractItemModel* countryModel();
+    // The locale's country, for each phone entry as it is built.
+    PhoneEntry* withDefaultCountry(PhoneEntry* entry) const;
 
+    const Localizer tr_;
+    const PropertyValue countryTable_;
+    const AboutInfo about_;
+    QString region_;
     QAbstractItemModel* countryModel_ = nullptr;
     std::vector<QPointer<QWidget>> screens_;
     QStackedWidget* activeArea_ = nullptr;

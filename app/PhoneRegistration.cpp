@@ -15,6 +15,7 @@
 
 #include "AccountEntry.h"
 #include "AppDelegate.h"
+#include "AuthScreen.h"
 #include "MainWindow.h"
 #include "NBXAuthenticationManger.h"
 #include "NBXCloudInterface.h"
@@ -59,19 +60,21 @@ PhoneRegistration::~PhoneRegistration() {
 }
 
 void PhoneRegistration::connectWindow(MainWindow* w) {
-    QObject::connect(w->authPhoneEntry->countryPopup(), &QComboBox::activated, &app_,
-                     [this](int index) { clickContryFlag(index); });
-    QObject::connect(w->authCertButton, &QPushButton::clicked, &app_,
-                     [this] { clickGetCertificate(); });
-    QObject::connect(w->authPinEntry->smsCheckBox(), &QCheckBox::toggled, &app_,
-                     [this, w](bool sms) {
-                         bSendSMS = sms;
-                         w->authCertButton->setToolTip(
-                             app_.localized(sms ? "Authentication Request SMS Cert Tooltip"
-                                                : "Authentication Request Push Cert Tooltip"));
-                     });
-    QObject::connect(w->authAccountEntry->registrationCheckBox(), &QCheckBox::toggled, &app_,
-                     [this](bool checked) { clickRegistrationCheckBox(checked); });
+    w->authScreen.whenBuilt([this](AuthScreen* screen) {
+        QObject::connect(screen->phoneEntry()->countryPopup(), &QComboBox::activated, &app_,
+                         [this](int index) { clickContryFlag(index); });
+        QObject::connect(screen->certButton(), &QPushButton::clicked, &app_,
+                         [this] { clickGetCertificate(); });
+        QObject::connect(screen->pinEntry()->smsCheckBox(), &QCheckBox::toggled, &app_,
+                         [this, screen](bool sms) {
+                             bSendSMS = sms;
+                             screen->certButton()->setToolTip(
+                                 app_.localized(sms ? "Authentication Request SMS Cert Tooltip"
+                                                    : "Authentication Request Push Cert Tooltip"));
+                         });
+        QObject::connect(screen->accountEntry()->registrationCheckBox(), &QCheckBox::toggled, &app_,
+                         [this](bool checked) { clickRegistrationCheckBox(checked); });
+    });
 }
 
 PropertyValue PhoneRegistration::sortCountryDic(const PropertyValue& countries) const {
@@ -112,19 +115,19 @@ void PhoneRegistration::clickContryFlag(int index) {
     if (index < 0 || static_cast<std::size_t>(index) >= countries.size()) return;
     const std::string code =
         countries.at(static_cast<std::size_t>(index))["Code"].string().value_or("");
-    app_.window()->authPhoneEntry->codeField()->setText(QString::fromStdString(code));
+    app_.window()->authScreen->phoneEntry()->codeField()->setText(QString::fromStdString(code));
     app_.log("Select country code : " + code);
 }
 
 void PhoneRegistration::clickGetCertificate() {
     app_.log("Click Get Certificate Button");
     MainWindow* w = app_.window();
-    strInsertCode = text(w->authPhoneEntry->codeField());
-    strInsertPhoneN = text(w->authPhoneEntry->phoneField());
-    PinEntry* pin = w->authPinEntry;
+    strInsertCode = text(w->authScreen->phoneEntry()->codeField());
+    strInsertPhoneN = text(w->authScreen->phoneEntry()->phoneField());
+    PinEntry* pin = w->authScreen->pinEntry();
     pin->pinField()->clear();
     pin->nextProgress()->hide();
-    w->authCertButton->hide();
+    w->authScreen->certButton()->hide();
     pin->certificateProgress()->show();
     app_.detachNewThread(
         [this, code = strInsertCode, phone = strInsertPhoneN] { getCerNoAction(code, phone); });
@@ -144,7 +147,7 @@ void PhoneRegistration::getCerNoAction(const std::string& code, const std::strin
     }
     const std::string stripped = NBXConnectManger::removeLeadingZeros(phone);
     app_.laterOnMainThread([this, stripped] {
-        PinEntry* pin = app_.window()->authPinEntry;
+        PinEntry* pin = app_.window()->authScreen->pinEntry();
         pin->clock()->setPixmap(NBXImages::image("clock_25x25").pixmap(25, 25));
         pin->pinField()->clear();
         pin->pinField()->setEnabled(false);
@@ -163,9 +166,9 @@ bool PhoneRegistration::sendRequestPin(const std::string& code, const std::strin
 
 // Only a PIN that is on its way is worth a countdown and an open field.
 void PhoneRegistration::showPinRequestEnded(bool requested) {
-    PinEntry* pin = app_.window()->authPinEntry;
+    PinEntry* pin = app_.window()->authScreen->pinEntry();
     pin->certificateProgress()->hide();
-    app_.window()->authCertButton->show();
+    app_.window()->authScreen->certButton()->show();
     if (!requested) {
         stopTimer();
         return;
@@ -221,13 +224,13 @@ void PhoneRegistration::joinTimer() {
 }
 
 void PhoneRegistration::showCountdown(int seconds) {
-    app_.window()->authPinEntry->countdownText()->setText(countdownText(seconds));
+    app_.window()->authScreen->pinEntry()->countdownText()->setText(countdownText(seconds));
 }
 
 void PhoneRegistration::countdownExpired() {
     // A request made meanwhile has armed a new countdown.
     if (bActiveTimer) return;
-    PinEntry* pin = app_.window()->authPinEntry;
+    PinEntry* pin = app_.window()->authScreen->pinEntry();
     pin->pinField()->clear();
     pin->setCountdownVisible(false);
     pin->pinField()->setEnabled(false);
@@ -236,11 +239,11 @@ void PhoneRegistration::countdownExpired() {
 
 void PhoneRegistration::makeAuthInfoAction() {
     MainWindow* w = app_.window();
-    const std::string phone = text(w->authPhoneEntry->phoneField());
-    const std::string code = text(w->authPhoneEntry->codeField());
-    const std::string pin = text(w->authPinEntry->pinField());
+    const std::string phone = text(w->authScreen->phoneEntry()->phoneField());
+    const std::string code = text(w->authScreen->phoneEntry()->codeField());
+    const std::string pin = text(w->authScreen->pinEntry()->pinField());
     w->wizardNext->setEnabled(false);
-    w->authPinEntry->nextProgress()->show();
+    w->authScreen->pinEntry()->nextProgress()->show();
     struct Outcome {
         bool verified = false, stored = false, queuePresent = false;
     };
@@ -264,7 +267,7 @@ void PhoneRegistration::finishAuthInfo(bool verified, bool stored, bool queuePre
     if (verified && !stored) app_.showOnlyAlertMSG("Saving authentication information is failed.");
     if (stored) {
         stopTimer();
-        w->authPinEntry->setCountdownVisible(false);
+        w->authScreen->pinEntry()->setCountdownVisible(false);
         if (!queuePresent) {
             app_.showAddPrinterScreen();
         } else if (!app_.checkMyInfoPlist()) {
@@ -276,12 +279,12 @@ void PhoneRegistration::finishAuthInfo(bool verified, bool stored, bool queuePre
             app_.returnToMainWindow();
         }
     }
-    w->authPinEntry->nextProgress()->hide();
+    w->authScreen->pinEntry()->nextProgress()->hide();
     w->wizardNext->setEnabled(true);
 }
 
 void PhoneRegistration::clickRegistrationCheckBox(bool checked) {
-    const AccountEntry* account = app_.window()->authAccountEntry;
+    const AccountEntry* account = app_.window()->authScreen->accountEntry();
     account->accountIdField()->setEnabled(!checked);
     account->passwordField()->setEnabled(!checked);
 }

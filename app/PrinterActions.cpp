@@ -23,26 +23,35 @@ constexpr int kMaxAliasLength = 45;
 }  // namespace
 
 void PrinterActions::connectWindow(MainWindow* w) {
-    QListWidget* table = w->printerScreen->printerTable();
-    table->setContextMenuPolicy(Qt::CustomContextMenu);
-    QObject::connect(
-        table, &QListWidget::customContextMenuRequested, &app_, [this, table](const QPoint& at) {
-            QMenu menu;
-            menuNeedsUpdate(&menu, table->indexAt(at).row());
-            if (QAction* chosen =
-                    menu.isEmpty() ? nullptr : menu.exec(table->viewport()->mapToGlobal(at)))
-                clickPopMenuPrinter(chosen->data().toInt());
-        });
-    QObject::connect(w->renameSheet->okButton(), &QPushButton::clicked, &app_,
-                     [this] { clickWRename_OKBtn(); });
-    QObject::connect(w->renameSheet->cancelButton(), &QPushButton::clicked, &app_,
-                     [this] { clickWRename_CancelBtn(); });
-    QObject::connect(w->unlinkSheet->yesButton(), &QPushButton::clicked, &app_,
-                     [this] { clickWUnlink_YesBtn(); });
-    QObject::connect(w->unlinkSheet->noButton(), &QPushButton::clicked, &app_,
-                     [this] { clickWUnlink_NoBtn(); });
-    QObject::connect(w->informationSheet->okButton(), &QPushButton::clicked, &app_,
-                     [this] { clickWInfo_OKBtn(); });
+    w->printerScreen.whenBuilt([this](PrinterScreen* screen) {
+        QListWidget* table = screen->printerTable();
+        table->setContextMenuPolicy(Qt::CustomContextMenu);
+        QObject::connect(
+            table, &QListWidget::customContextMenuRequested, &app_,
+            [this, table](const QPoint& at) {
+                QMenu menu;
+                menuNeedsUpdate(&menu, table->indexAt(at).row());
+                if (QAction* chosen =
+                        menu.isEmpty() ? nullptr : menu.exec(table->viewport()->mapToGlobal(at)))
+                    clickPopMenuPrinter(chosen->data().toInt());
+            });
+    });
+    w->renameSheet.whenBuilt([this](RenameSheet* sheet) {
+        QObject::connect(sheet->okButton(), &QPushButton::clicked, &app_,
+                         [this] { clickWRename_OKBtn(); });
+        QObject::connect(sheet->cancelButton(), &QPushButton::clicked, &app_,
+                         [this] { clickWRename_CancelBtn(); });
+    });
+    w->unlinkSheet.whenBuilt([this](UnlinkSheet* sheet) {
+        QObject::connect(sheet->yesButton(), &QPushButton::clicked, &app_,
+                         [this] { clickWUnlink_YesBtn(); });
+        QObject::connect(sheet->noButton(), &QPushButton::clicked, &app_,
+                         [this] { clickWUnlink_NoBtn(); });
+    });
+    w->informationSheet.whenBuilt([this](InformationSheet* sheet) {
+        QObject::connect(sheet->okButton(), &QPushButton::clicked, &app_,
+                         [this] { clickWInfo_OKBtn(); });
+    });
 }
 
 void PrinterActions::menuNeedsUpdate(QMenu* menu, int clickedRow) {

@@ -36,24 +36,25 @@ PropertyValue arrayOr(const PropertyValue& value) {
 }  // namespace
 
 void PrinterList::connectWindow(MainWindow* w) {
-    PrinterScreen* screen = w->printerScreen;
-    QObject::connect(screen->printerTable(), &QListWidget::clicked, &app_,
-                     [this] { clickPrinterTableView(); });
-    QObject::connect(screen->printerTable(), &QListWidget::itemSelectionChanged, &app_,
-                     [this, w, screen] {
-                         const int row = screen->selectedPrinterRow();
-                         if (row >= 0) screen->friendEntry()->setVisible(false);
-                         if (row < 1) return;
-                         screen->popupCheckBox()->setEnabled(true);
-                         w->settingScreen->printingPopupCheckBox()->setEnabled(true);
-                     });
-    QObject::connect(screen->friendTable(), &QListWidget::itemSelectionChanged, &app_, [screen] {
-        screen->friendEntry()->setVisible(screen->selectedFriendRow() >= 0);
-    });
-    // A printer is added on the registration page.
-    QObject::connect(screen, &PrinterScreen::addPrinterClicked, &app_, [this, w] {
-        app_.actionClickToolbar("Setting");
-        w->settingScreen->selectSection(0);
+    w->printerScreen.whenBuilt([this, w](PrinterScreen* screen) {
+        QObject::connect(screen->printerTable(), &QListWidget::clicked, &app_,
+                         [this] { clickPrinterTableView(); });
+        QObject::connect(screen->printerTable(), &QListWidget::itemSelectionChanged, &app_,
+                         [w, screen] {
+                             const int row = screen->selectedPrinterRow();
+                             if (row >= 0) screen->friendEntry()->setVisible(false);
+                             if (row < 1) return;
+                             screen->popupCheckBox()->setEnabled(true);
+                             w->settingScreen->printingPopupCheckBox()->setEnabled(true);
+                         });
+        QObject::connect(
+            screen->friendTable(), &QListWidget::itemSelectionChanged, &app_,
+            [screen] { screen->friendEntry()->setVisible(screen->selectedFriendRow() >= 0); });
+        // A printer is added on the registration page.
+        QObject::connect(screen, &PrinterScreen::addPrinterClicked, &app_, [this, w] {
+            app_.actionClickToolbar("Setting");
+            w->settingScreen->selectSection(0);
+        });
     });
 }
 

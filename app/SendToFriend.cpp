@@ -14,15 +14,16 @@
 namespace nbx {
 
 void SendToFriend::connectWindow(MainWindow* w) {
-    PrinterScreen* screen = w->printerScreen;
-    // On selection, not on a click: the entry that appears moves the row between press and
-    // release, so a click would never be seen.
-    QObject::connect(screen->friendTable(), &QListWidget::itemSelectionChanged, &app_,
-                     [this, screen] {
-                         if (screen->selectedFriendRow() >= 0) clickFriendTableView();
-                     });
-    QObject::connect(screen->friendEntry()->countryPopup(), &QComboBox::activated, &app_,
-                     [this](int index) { clickContryFlag_Friend(index); });
+    w->printerScreen.whenBuilt([this](PrinterScreen* screen) {
+        // On selection, not on a click: the entry that appears moves the row between press and
+        // release, so a click would never be seen.
+        QObject::connect(screen->friendTable(), &QListWidget::itemSelectionChanged, &app_,
+                         [this, screen] {
+                             if (screen->selectedFriendRow() >= 0) clickFriendTableView();
+                         });
+        QObject::connect(screen->friendEntry()->countryPopup(), &QComboBox::activated, &app_,
+                         [this](int index) { clickContryFlag_Friend(index); });
+    });
 }
 
 bool SendToFriend::canSend(const std::string& code, const std::string& phone) const {

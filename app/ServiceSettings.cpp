@@ -27,12 +27,16 @@ const char* const kConnectionFailed = "Connection failed.";
 }  // namespace
 
 void ServiceSettings::connectWindow(MainWindow* w) {
-    QObject::connect(w->settingScreen->managementCheckBox(), &QCheckBox::clicked, &app_,
-                     [this] { clickNotificationAgreeBtn(); });
-    QObject::connect(w->settingScreen->printingPopupCheckBox(), &QCheckBox::clicked, &app_,
-                     [this] { clickPrintPopupBtn(); });
-    QObject::connect(w->printerScreen->popupCheckBox(), &QCheckBox::clicked, &app_,
-                     [this] { clickPrintCheckBtn(); });
+    w->settingScreen.whenBuilt([this](SettingScreen* screen) {
+        QObject::connect(screen->managementCheckBox(), &QCheckBox::clicked, &app_,
+                         [this] { clickNotificationAgreeBtn(); });
+        QObject::connect(screen->printingPopupCheckBox(), &QCheckBox::clicked, &app_,
+                         [this] { clickPrintPopupBtn(); });
+    });
+    w->printerScreen.whenBuilt([this](PrinterScreen* screen) {
+        QObject::connect(screen->popupCheckBox(), &QCheckBox::clicked, &app_,
+                         [this] { clickPrintCheckBtn(); });
+    });
 }
 
 std::optional<bool> ServiceSettings::marketingAgreement() {

@@ -34,7 +34,7 @@ TonerStatus::TonerStatus(AppDelegate& app) : app_(app) {}
 TonerStatus::~TonerStatus() = default;
 
 void TonerStatus::connectWindow(MainWindow* window) {
-    connectToner(window->tonerWindow);
+    window->tonerWindow.whenBuilt([this](TonerWindow* toner) { connectToner(toner); });
 }
 
 TonerWindow* TonerStatus::tonerWindow() {

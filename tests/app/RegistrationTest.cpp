@@ -43,7 +43,7 @@ int countryIndex(AppDelegate& d, const char* code) {
 // Opens the registration screen, picks the country and types the number, as a user would.
 void enterPhone(AppDelegate& d, const char* code, const char* phone) {
     d.showAuthScreen();
-    PhoneEntry* entry = d.window()->authPhoneEntry;
+    PhoneEntry* entry = d.window()->authScreen->phoneEntry();
     const int index = countryIndex(d, code);
     ASSERT_GE(index, 0) << code;
     entry->countryPopup()->setCurrentIndex(index);
@@ -53,13 +53,13 @@ void enterPhone(AppDelegate& d, const char* code, const char* phone) {
 }
 
 void requestPin(AppHarness& h, AppDelegate& d, bool sms) {
-    d.window()->authPinEntry->smsCheckBox()->setChecked(sms);
-    d.window()->authCertButton->click();
+    d.window()->authScreen->pinEntry()->smsCheckBox()->setChecked(sms);
+    d.window()->authScreen->certButton()->click();
     h.runWorkers();
 }
 
 void typePinAndNext(AppHarness& h, AppDelegate& d, const std::string& pin) {
-    QTest::keyClicks(d.window()->authPinEntry->pinField(), QString::fromStdString(pin));
+    QTest::keyClicks(d.window()->authScreen->pinEntry()->pinField(), QString::fromStdString(pin));
     d.window()->wizardNext->click();
     h.runWorkers();
 }
@@ -92,8 +92,8 @@ TEST(CountryList, SortedByLocalizedNameWithTheLocaleRegionPreselected) {
         SCOPED_TRACE(locale);
         AppHarness h(locale);
         AppDelegate& d = h.launch();
-        QComboBox* popup = d.window()->authPhoneEntry->countryPopup();
-        QLineEdit* code = d.window()->authPhoneEntry->codeField();
+        QComboBox* popup = d.window()->authScreen->phoneEntry()->countryPopup();
+        QLineEdit* code = d.window()->authScreen->phoneEntry()->codeField();
         ASSERT_GT(popup->count(), 100);
         for (const auto& [orderLocale, earlier, later] : ordered) {
             if (std::string(orderLocale) != locale) continue;
@@ -141,9 +141,9 @@ TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
         AppHarness h;
         AppDelegate& d = h.launch();
         enterPhone(d, "44", "007700900123");
-        d.window()->authPhoneEntry->codeField()->setText(c.code);
+        d.window()->authScreen->phoneEntry()->codeField()->setText(c.code);
         requestPin(h, d, c.sms);
-        PinEntry* pin = d.window()->authPinEntry;
+        PinEntry* pin = d.window()->authScreen->pinEntry();
         const bool pinAsked = std::string(c.code) == "44" && c.lookupDown != Down::AtRequest &&
                               c.lookupDown != Down::DroppedAtRequest;
         const std::string issued = cloud.emulator.latestPin("44", "7700900123").value_or("0");
@@ -166,7 +166,7 @@ TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
             EXPECT_FALSE(std::filesystem::exists(h.userFile("MyInfo.plist")));
             EXPECT_EQ(d.shared().nCrtFunctionNum, 1);
             EXPECT_EQ(pin->pinField()->isEnabled(), pinAsked);
-            EXPECT_FALSE(d.window()->authCertButton->isHidden());
+            EXPECT_FALSE(d.window()->authScreen->certButton()->isHidden());
             EXPECT_EQ(d.registration().countdownActive(), pinAsked);
             continue;
         }
@@ -228,9 +228,9 @@ TEST(Registration, SlowServiceNeitherFreezesTheWindowNorHoldsTheQuit) {
     QTimer timer;
     QObject::connect(&timer, &QTimer::timeout, [&] { ++ticks; });
     timer.start(20);
-    d.window()->authCertButton->click();
-    EXPECT_TRUE(d.window()->authPinEntry->certificateProgress()->isVisible());
-    EXPECT_TRUE(d.window()->authCertButton->isHidden());
+    d.window()->authScreen->certButton()->click();
+    EXPECT_TRUE(d.window()->authScreen->pinEntry()->certificateProgress()->isVisible());
+    EXPECT_TRUE(d.window()->authScreen->certButton()->isHidden());
     ASSERT_TRUE(AppHarness::waitFor([&] { return cloud.requestsTo(kPushPath).size() == 1; }));
     AppHarness::waitFor([] { return false; }, std::chrono::milliseconds(500));
     EXPECT_GE(ticks, 10);
@@ -250,7 +250,7 @@ TEST(RegistrationCountdown, ExpiryClosesThePinFieldWithAnAlert) {
     requestPin(h, d, false);
     ASSERT_TRUE(AppHarness::waitFor([&] { return !h.alerts->shown.empty(); }));
     EXPECT_EQ(h.alerts->texts(), Texts{"Connection timed out."});
-    PinEntry* pin = d.window()->authPinEntry;
+    PinEntry* pin = d.window()->authScreen->pinEntry();
     EXPECT_EQ(pin->countdownText()->text(), "0:00");
     EXPECT_FALSE(pin->pinField()->isEnabled());
     EXPECT_TRUE(pin->pinField()->text().isEmpty());

@@ -60,7 +60,8 @@ QLineEdit { padding: 4px 6px; border: 1px solid #d1d5db; border-radius: 6px;
 
 MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
                        const AboutInfo& about)
-    : tonerWindow([this] { return new TonerWindow(tr_, this); }),
+    : toolbar([this] { return buildToolbar(); }),
+      tonerWindow([this] { return new TonerWindow(tr_, this); }),
       aboutSheet([this] { return new AboutSheet(tr_, about_, this); }),
       alertSheet([this] { return new AlertSheet(tr_, this); }),
       authScreen([this] {
@@ -113,7 +114,7 @@ MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
     resize(760, 560);
     buildMenu();
     setCentralWidget(buildCentral());
-    buildToolbar();
+    makeTabActions();
     refreshView = new NBXRefreshView(centralWidget());
 }
 
@@ -155,30 +156,43 @@ void MainWindow::buildMenu() {
     quitAction->setMenuRole(QAction::QuitRole);
 }
 
-void MainWindow::buildToolbar() {
-    const Localizer& tr = tr_;
-    toolbar = addToolBar("tabs");
-    toolbar->setMovable(false);
-    toolbar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+void MainWindow::makeTabActions() {
     auto* group = new QActionGroup(this);
-    auto addTab = [&](const char* key, const QString& icon, const QString& tab) {
-        QAction* action = toolbar->addAction(NBXImages::image(icon), tr(key));
+    auto addTab = [&](const char* key, const QString& tab) {
+        auto* action = new QAction(tr_(key), this);
         action->setCheckable(true);
         group->addAction(action);
         connect(action, &QAction::triggered, this, [this, tab] { emit tabClicked(tab); });
         return action;
     };
-    printerTab = addTab("My Printer", "icon_printer", "Printer");
-    contactsTab = addTab("Contacts", "icon_profile01", "Contacts");
-    settingsTab = addTab("Settings", "icon_settings", "Setting");
+    printerTab = addTab("My Printer", "Printer");
+    contactsTab = addTab("Contacts", "Contacts");
+    settingsTab = addTab("Settings", "Setting");
+    refreshAction = new QAction(tr_("Refresh"), this);
+    aboutButton = new QAction(tr_("About"), this);
+}
+
+QToolBar* MainWindow::buildToolbar() {
+    QToolBar* bar = addToolBar("tabs");
+    bar->setMovable(false);
+    bar->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    const std::pair<QAction*, const char*> icons[] = {{printerTab, "icon_printer"},
+                                                      {contactsTab, "icon_profile01"},
+                                                      {settingsTab, "icon_settings"},
+                                                      {refreshAction, "icon_refresh"},
+                                                      {aboutButton, "icon_about"}};
+    for (const auto& [action, icon] : icons)
+        action->setIcon(NBXImages::image(icon));
+    bar->addActions({printerTab, contactsTab, settingsTab});
     auto* spacer = new QWidget;
     spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-    toolbar->addWidget(spacer);
-    refreshAction = toolbar->addAction(NBXImages::image("icon_refresh"), tr("Refresh"));
-    aboutButton = toolbar->addAction(NBXImages::image("icon_about"), tr("About"));
+    bar->addWidget(spacer);
+    bar->addActions({refreshAction, aboutButton});
     // A toolbar's buttons take no focus unless told, which leaves the tabs out of Tab's reach.
-    for (QAction* action : {printerTab, contactsTab, settingsTab, refreshAction, aboutButton})
-        toolbar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
+    for (const auto& [action, icon] : icons)
+        bar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
+    bar->setVisible(toolbarVisible_);
+    return bar;
 }
 
 QWidget* MainWindow::buildCentral() {
@@ -252,7 +266,8 @@ void MainWindow::setWizardButtonsVisible(bool visible) {
     wizardBar_->setVisible(visible);
 }
 void MainWindow::setToolbarVisible(bool visible) {
-    toolbar->setVisible(visible);
+    toolbarVisible_ = visible;
+    if (visible || toolbar.isBuilt()) toolbar->setVisible(visible);
 }
 void MainWindow::setSettingsTabVisible(bool visible) {
     settingsTab->setVisible(visible);
@@ -262,6 +277,11 @@ void MainWindow::setTitleViewVisible(bool visible) {
 }
 bool MainWindow::titleViewVisible() const {
     return !titleBar_->isHidden();
+}
+
+void MainWindow::showEvent(QShowEvent* event) {
+    if (toolbarVisible_) toolbar.get();
+    QMainWindow::showEvent(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

@@ -63,11 +63,12 @@ public:
     QAction* settingsTab = nullptr;
     QAction* refreshAction = nullptr;
     QAction* aboutButton = nullptr;
-    QToolBar* toolbar = nullptr;
     NBXTitleImageView* titleView = nullptr;
     QPushButton* wizardCancel = nullptr;
     QPushButton* wizardNext = nullptr;
 
+    // Hidden on the wizard's screens, so built when first shown.
+    LazyWidget<QToolBar> toolbar;
     LazyWidget<TonerWindow> tonerWindow;
     LazyWidget<AboutSheet> aboutSheet;
     LazyWidget<AlertSheet> alertSheet;
@@ -91,11 +92,13 @@ signals:
     void windowWillClose();
 
 protected:
+    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
     void buildMenu();
-    void buildToolbar();
+    void makeTabActions();
+    QToolBar* buildToolbar();
     QWidget* buildCentral();
     // A screen lives outside the window until first shown, so the window deletes it.
     template <typename T>
@@ -109,6 +112,7 @@ private:
     const PropertyValue countryTable_;
     const AboutInfo about_;
     QString region_;
+    bool toolbarVisible_ = true;
     QAbstractItemModel* countryModel_ = nullptr;
     std::vector<QPointer<QWidget>> screens_;
     QStackedWidget* activeArea_ = nullptr;

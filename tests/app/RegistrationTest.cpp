@@ -5,6 +5,7 @@
 #include <regex>
 
 #include "AppHarness.h"
+#include "AuthScreen.h"
 #include "CloudEmulator.h"
 #include "JSONKit.h"
 #include "NBXAuthenticationManger.h"
@@ -178,7 +179,7 @@ TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
         EXPECT_EQ(stored, dict({{"CountryCode", "44"}, {"PhoneNumber", "7700900123"}}));
         // The queue is missing, so adding it comes next.
         EXPECT_EQ(d.shared().nCrtFunctionNum, 2);
-        EXPECT_EQ(d.window()->currentScreen(), d.window()->addPrinterScreen);
+        EXPECT_EQ(d.window()->currentScreen(), d.window()->addPrinterScreen.get());
         EXPECT_FALSE(d.window()->toolbar->isVisibleTo(d.window()));
         EXPECT_FALSE(pin->nextProgress()->isVisible());
         EXPECT_TRUE(AppHarness::waitFor([&] { return !d.registration().countdownRunning(); }));

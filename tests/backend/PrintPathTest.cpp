@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "CloudEmulator.h"
+#include "JSONKit.h"
 #include "NBXPrinterQManger.h"
 #include "PrivateCupsd.h"
 #include "PrivateSessionBus.h"
@@ -31,6 +32,9 @@ using namespace std::chrono_literals;
 PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entries) {
     return PropertyValue::dictionary(entries);
 }
+
+const PropertyValue kHall =
+    dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}});
 
 // A two-page PDF with a correct cross-reference table.
 std::string twoPagePdf() {
@@ -112,16 +116,11 @@ protected:
         std::string why;
         bus_ = PrivateSessionBus::start(&why);
         ASSERT_TRUE(bus_) << why;
-        emulator_.seed(dict(
-            {{"users",
-              PropertyValue::array({dict({{"countryCode", "44"}, {"phoneNumber", "7700900123"}})})},
-             {"agents",
-              PropertyValue::array({dict(
-                  {{"agentId", "hall"},
-                   {"agentType", "PRT_AGENT"},
-                   {"agentAlias", "Hall"},
-                   {"agentMacAddress", "0a0b"},
-                   {"owner", dict({{"countryCode", "82"}, {"phoneNumber", "101234"}})}})})}}));
+        // The user at +82 101234 owns the printer agent "Hall".
+        emulator_.seed(*objectFromJSONData(R"({"users":[{"countryCode":"44",
+            "phoneNumber":"7700900123"}],"agents":[{"agentId":"hall","agentType":"PRT_AGENT",
+            "agentAlias":"Hall","agentMacAddress":"0a0b",
+            "owner":{"countryCode":"82","phoneNumber":"101234"}}]})"));
         writeUserFile("MyInfo.plist", dict({{"CountryCode", "82"}, {"PhoneNumber", "101234"}}));
         // Stands for the user: with "cancel-next" in the home the choice is Cancel, which deletes
         // the target file as the window's Cancel does; otherwise the real agent decides.
@@ -212,8 +211,7 @@ TEST_F(PrintPath, ADirectPrintReachesItsTargetWithTheJobsOptions) {
         PropertyValue expected;
     };
     const Case cases[] = {
-        {dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}}), "sendToAgent",
-         "agentId", "hall"},
+        {kHall, "sendToAgent", "agentId", "hall"},
         {dict({{"Type", "Default"}}), "sendToPeople", "receivers",
          PropertyValue::array({dict({{"countryCode", "82"}, {"phoneNumber", "101234"}})})},
         {dict({{"Type", "Friend"}, {"Code", "44"}, {"PhoneNumber", "7700900123"}}), "sendToPeople",
@@ -245,7 +243,7 @@ TEST_F(PrintPath, ADirectPrintReachesItsTargetWithTheJobsOptions) {
 
 TEST_F(PrintPath, AJobNotSentEndsClearly) {
     NotificationRecorder notices;
-    directPrintTo(dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}}));
+    directPrintTo(kHall);
     struct Case {
         std::function<void()> arrange;
         ipp_jstate_t state;
@@ -278,7 +276,7 @@ TEST_F(PrintPath, AJobNotSentEndsClearly) {
 }
 
 TEST_F(PrintPath, AJobWaitsForTheServiceAndIsSentOnce) {
-    directPrintTo(dict({{"Type", "Printer"}, {"ModelName", "Hall"}, {"MACAddress", "0a0b"}}));
+    directPrintTo(kHall);
     emulator_.injectFault(
         dict({{"path", "/printmgtsvc/job/content/send/me"}, {"drop", true}, {"times", 0}}));
     const int id = print("");

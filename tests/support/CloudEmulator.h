@@ -2,7 +2,6 @@
 
 #include <sys/types.h>
 
-#include <mutex>
 #include <optional>
 #include <string>
 #include <thread>
@@ -28,8 +27,6 @@ public:
     bool ok() const { return port_ > 0; }
     int port() const { return port_; }
     std::string hostPort() const { return "127.0.0.1:" + std::to_string(port_); }
-    // Everything the emulator printed after its first line (PINs, invitations).
-    std::string console() const;
 
     // One admin exchange; the decoded answer, or null after a reported failure.
     PropertyValue admin(const std::string& method, const std::string& path,
@@ -61,8 +58,6 @@ private:
     pid_t pid_ = -1;
     int port_ = 0;
     std::thread drainer_;
-    mutable std::mutex consoleMutex_;
-    std::string console_;
 };
 
 }  // namespace nbx::test

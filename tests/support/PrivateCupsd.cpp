@@ -51,19 +51,6 @@ int freeLoopbackPort() {
     return port;
 }
 
-std::optional<std::string> environmentValue(const char* name) {
-    const char* value = std::getenv(name);
-    return value ? std::optional<std::string>(value) : std::nullopt;
-}
-
-void restoreEnvironment(const char* name, const std::optional<std::string>& value) {
-    if (value) {
-        setenv(name, value->c_str(), 1);
-    } else {
-        unsetenv(name);
-    }
-}
-
 std::string readFile(const fs::path& path) {
     std::ifstream in(path);
     std::ostringstream text;
@@ -247,22 +234,15 @@ void PrivateCupsd::stop() {
 // libcups remembers the server it last used, so it is told again after each change. A server
 // root of our own keeps the machine's client.conf and lpoptions out of the tests.
 void PrivateCupsd::pointClientsHere() {
-    if (!clientsPointed_) {
-        savedServer_ = environmentValue("CUPS_SERVER");
-        savedServerRoot_ = environmentValue("CUPS_SERVERROOT");
-    }
-    setenv("CUPS_SERVER", server().c_str(), 1);
-    setenv("CUPS_SERVERROOT", base_.c_str(), 1);
+    serverEnv_.emplace("CUPS_SERVER", server());
+    serverRootEnv_.emplace("CUPS_SERVERROOT", base_.string());
     cupsSetServer(nullptr);
-    clientsPointed_ = true;
 }
 
 void PrivateCupsd::restoreClients() {
-    if (!clientsPointed_) return;
-    restoreEnvironment("CUPS_SERVER", savedServer_);
-    restoreEnvironment("CUPS_SERVERROOT", savedServerRoot_);
+    serverRootEnv_.reset();
+    serverEnv_.reset();
     cupsSetServer(nullptr);
-    clientsPointed_ = false;
 }
 
 std::unique_ptr<PrivateCupsd> PrivateCupsdTest::cupsd_;

@@ -10,6 +10,8 @@
 #include <utility>
 #include <vector>
 
+#include "ScopedEnv.h"
+
 namespace nbx::test {
 
 // A scheduler of the test's own in a temporary folder, listening on a free loopback port, with
@@ -47,9 +49,7 @@ private:
     Environment environment_;
     int port_ = 0;
     pid_t pid_ = -1;
-    bool clientsPointed_ = false;
-    std::optional<std::string> savedServer_;
-    std::optional<std::string> savedServerRoot_;
+    std::optional<ScopedEnv> serverEnv_, serverRootEnv_;
 };
 
 // One private scheduler per test suite; each test skips, saying why, when none could start.

@@ -80,19 +80,12 @@ std::unique_ptr<PrivateSessionBus> PrivateSessionBus::start(std::string* whyNot)
         }
         std::this_thread::sleep_for(10ms);
     }
-    bus->address_ = "unix:path=" + socketPath.string();
-    if (const char* old = std::getenv("DBUS_SESSION_BUS_ADDRESS")) bus->savedAddress_ = old;
-    setenv("DBUS_SESSION_BUS_ADDRESS", bus->address_.c_str(), 1);
+    bus->address_.emplace("DBUS_SESSION_BUS_ADDRESS", "unix:path=" + socketPath.string());
     return bus;
 }
 
 PrivateSessionBus::~PrivateSessionBus() {
-    if (!address_.empty()) {
-        if (savedAddress_)
-            setenv("DBUS_SESSION_BUS_ADDRESS", savedAddress_->c_str(), 1);
-        else
-            unsetenv("DBUS_SESSION_BUS_ADDRESS");
-    }
+    address_.reset();
     if (pid_ > 0) {
         kill(pid_, SIGTERM);
         int status = 0;

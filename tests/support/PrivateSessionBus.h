@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "ScopedEnv.h"
+
 namespace nbx::test {
 
 // A dbus-daemon of the test's own, on a socket in a temporary folder. While it lives,
@@ -20,7 +22,6 @@ public:
     PrivateSessionBus(const PrivateSessionBus&) = delete;
     PrivateSessionBus& operator=(const PrivateSessionBus&) = delete;
 
-    const std::string& address() const { return address_; }
     // Where the bus listens, as "bus": a login session's folder to whoever looks for one.
     const std::filesystem::path& folder() const { return base_; }
 
@@ -28,9 +29,8 @@ private:
     explicit PrivateSessionBus(std::filesystem::path base);
 
     std::filesystem::path base_;
-    std::string address_;
     pid_t pid_ = -1;
-    std::optional<std::string> savedAddress_;
+    std::optional<ScopedEnv> address_;
 };
 
 }  // namespace nbx::test

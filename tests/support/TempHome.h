@@ -1,7 +1,8 @@
 #pragma once
 
-#include <optional>
 #include <string>
+
+#include "ScopedEnv.h"
 
 namespace nbx::test {
 
@@ -22,8 +23,7 @@ public:
 
 private:
     std::string root_;
-    std::optional<std::string> oldHome_;
-    std::optional<std::string> oldTmpdir_;
+    ScopedEnv home_, tmpdir_;
 };
 
 }  // namespace nbx::test

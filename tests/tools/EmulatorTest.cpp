@@ -168,13 +168,11 @@ TEST_F(EmulatorTest, AccountSignInIssuesTheTokensThatBindAccepts) {
         return decode(client.http.Post("/nbx/v2/idmmgtsvc/account/signin", {{"appID", appId}}, body,
                                        "application/json"));
     };
-    const std::string ann =
-        signIn(R"({"accountId":"ann@va","password":"pw"})")["valmoraAccessToken"].string().value_or(
-            "");
-    const std::string bob =
-        signIn(R"({"accountId":"bob@va","password":"pw2"})")["valmoraAccessToken"]
-            .string()
-            .value_or("");
+    const auto token = [](const V& answer) {
+        return answer["valmoraAccessToken"].string().value_or("");
+    };
+    const std::string ann = token(signIn(R"({"accountId":"ann@va","password":"pw"})")),
+                      bob = token(signIn(R"({"accountId":"bob@va","password":"pw2"})"));
     ASSERT_TRUE(ann.starts_with("va-") && bob.starts_with("va-") && ann != bob) << ann << bob;
     const struct {
         V answer;

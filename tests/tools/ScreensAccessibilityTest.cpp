@@ -20,29 +20,12 @@ namespace {
 enum class Kind { Other, Control, Row };
 
 Kind kindOf(QAccessible::Role role) {
-    switch (role) {
-        case QAccessible::PushButton:
-        case QAccessible::CheckBox:
-        case QAccessible::RadioButton:
-        case QAccessible::ComboBox:
-        case QAccessible::EditableText:
-        case QAccessible::SpinBox:
-        case QAccessible::Slider:
-        case QAccessible::List:
-        case QAccessible::Table:
-        case QAccessible::Tree:
-        case QAccessible::Link:
-        case QAccessible::ButtonMenu:
-        case QAccessible::ButtonDropDown:
-        case QAccessible::PageTab:
-            return Kind::Control;
-        case QAccessible::ListItem:
-        case QAccessible::Cell:
-        case QAccessible::TreeItem:
-            return Kind::Row;
-        default:
-            return Kind::Other;
-    }
+    using enum QAccessible::Role;
+    static const std::set<QAccessible::Role> controls = {
+        PushButton, CheckBox, RadioButton, ComboBox, EditableText, SpinBox,        Slider,
+        List,       Table,    Tree,        Link,     ButtonMenu,   ButtonDropDown, PageTab};
+    if (controls.contains(role)) return Kind::Control;
+    return role == ListItem || role == Cell || role == TreeItem ? Kind::Row : Kind::Other;
 }
 
 // What Tab reaches: the window's focus chain, less what is hidden or disabled or takes no Tab.

@@ -191,7 +191,7 @@ QToolBar* MainWindow::buildToolbar() {
     // A toolbar's buttons take no focus unless told, which leaves the tabs out of Tab's reach.
     for (const auto& [action, icon] : icons)
         bar->widgetForAction(action)->setFocusPolicy(Qt::TabFocus);
-    bar->setVisible(toolbarVisible_);
+    bar->hide();
     return bar;
 }
 
@@ -266,7 +266,6 @@ void MainWindow::setWizardButtonsVisible(bool visible) {
     wizardBar_->setVisible(visible);
 }
 void MainWindow::setToolbarVisible(bool visible) {
-    toolbarVisible_ = visible;
     if (visible || toolbar.isBuilt()) toolbar->setVisible(visible);
 }
 void MainWindow::setSettingsTabVisible(bool visible) {
@@ -277,11 +276,6 @@ void MainWindow::setTitleViewVisible(bool visible) {
 }
 bool MainWindow::titleViewVisible() const {
     return !titleBar_->isHidden();
-}
-
-void MainWindow::showEvent(QShowEvent* event) {
-    if (toolbarVisible_) toolbar.get();
-    QMainWindow::showEvent(event);
 }
 
 void MainWindow::closeEvent(QCloseEvent* event) {

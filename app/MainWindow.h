@@ -67,7 +67,7 @@ public:
     QPushButton* wizardCancel = nullptr;
     QPushButton* wizardNext = nullptr;
 
-    // Hidden on the wizard's screens, so built when first shown.
+    // Hidden until setToolbarVisible(true), which builds it: the wizard's screens have none.
     LazyWidget<QToolBar> toolbar;
     LazyWidget<TonerWindow> tonerWindow;
     LazyWidget<AboutSheet> aboutSheet;
@@ -92,7 +92,6 @@ signals:
     void windowWillClose();
 
 protected:
-    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -112,7 +111,6 @@ private:
     const PropertyValue countryTable_;
     const AboutInfo about_;
     QString region_;
-    bool toolbarVisible_ = true;
     QAbstractItemModel* countryModel_ = nullptr;
     std::vector<QPointer<QWidget>> screens_;
     QStackedWidget* activeArea_ = nullptr;

@@ -5,15 +5,12 @@
 #include "AppDelegate.h"
 #include "FirstPaintWatcher.h"
 #include "MainWindow.h"
-#include "NBXWebServiceRequest.h"
 #include "QtAlertPresenter.h"
 #include "QtUrlOpener.h"
 
 int main(int argc, char* argv[]) {
     // A peer closing its end must fail the exchange, not end the program.
     std::signal(SIGPIPE, SIG_IGN);
-    // Transport set-up is not thread-safe: done once, before any worker starts.
-    nbx::NBXWebServiceRequest::initializeTransport();
     QApplication app(argc, argv);
     QStringList arguments = QApplication::arguments();
     // Start-up timing: quit as soon as the main window has been painted once.

@@ -1,11 +1,11 @@
 // URL, query, form and file-name helpers of the communication layer.
-#include <curl/curl.h>
 
 #include <algorithm>
 #include <cctype>
 #include <memory>
 #include <string_view>
 
+#include "CurlLibrary.h"
 #include "DebugLine.h"
 #include "NBXCommunicationInterface.h"
 
@@ -26,8 +26,10 @@ bool isPlausibleURL(const std::string& text) {
                    std::string_view("\"<>\\^`{|}").find(ch) != std::string_view::npos;
         }))
         return false;
-    std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parsed(curl_url(), &curl_url_cleanup);
-    return parsed && curl_url_set(parsed.get(), CURLUPART_URL, text.c_str(),
+    const CurlLibrary* lib = CurlLibrary::get();
+    if (!lib) return false;
+    std::unique_ptr<CURLU, decltype(lib->url_cleanup)> parsed(lib->url(), lib->url_cleanup);
+    return parsed && lib->url_set(parsed.get(), CURLUPART_URL, text.c_str(),
                                   CURLU_NON_SUPPORT_SCHEME) == CURLUE_OK;
 }
 

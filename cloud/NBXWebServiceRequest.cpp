@@ -1,15 +1,12 @@
 #include "NBXWebServiceRequest.h"
 
-#include <curl/curl.h>
-
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <cstring>
 #include <memory>
-#include <mutex>
 #include <string_view>
 
+#include "CurlLibrary.h"
 #include "DebugLine.h"
 
 namespace nbx {
@@ -23,10 +20,12 @@ constexpr std::uint64_t kLargeBodyBytes = 1 << 20;
 std::atomic<bool> abortTransfers{false};
 
 struct CurlDeleter {
-    void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
+    const CurlLibrary* lib;
+    void operator()(CURL* handle) const { lib->easy_cleanup(handle); }
 };
 struct SlistDeleter {
-    void operator()(curl_slist* list) const { curl_slist_free_all(list); }
+    const CurlLibrary* lib;
+    void operator()(curl_slist* list) const { lib->slist_free_all(list); }
 };
 
 bool equalsIgnoringCase(std::string_view a, std::string_view b) {
@@ -110,12 +109,7 @@ struct TransferCallbacks {
 };
 
 void NBXWebServiceRequest::initializeTransport() {
-    static std::once_flag once;
-    std::call_once(once, [] {
-        // A peer closing early must fail the write, not end the process.
-        std::signal(SIGPIPE, SIG_IGN);
-        curl_global_init(CURL_GLOBAL_DEFAULT);
-    });
+    CurlLibrary::get();
 }
 
 void NBXWebServiceRequest::setAbortTransfers(bool abort) {
@@ -183,65 +177,71 @@ void NBXWebServiceRequest::perform() {
         if (debug_) writeDebugLine("NBX_WSR: transfer failed[aborted]");
         return;
     }
-    initializeTransport();
-    std::unique_ptr<CURL, CurlDeleter> curl(curl_easy_init());
+    const CurlLibrary* lib = CurlLibrary::get();
+    if (!lib) {
+        if (debug_)
+            writeDebugLine(std::string("NBX_WSR: transfer failed[") + CurlLibrary::loadError() +
+                           "]");
+        return;
+    }
+    std::unique_ptr<CURL, CurlDeleter> curl(lib->easy_init(), CurlDeleter{lib});
     if (!curl) return;
     CURL* h = curl.get();
     char errorText[CURL_ERROR_SIZE] = {};
-    curl_easy_setopt(h, CURLOPT_URL, url_.c_str());
-    curl_easy_setopt(h, CURLOPT_NOSIGNAL, 1L);
-    curl_easy_setopt(h, CURLOPT_ERRORBUFFER, errorText);
-    curl_easy_setopt(h, CURLOPT_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(h, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
-    curl_easy_setopt(h, CURLOPT_FOLLOWLOCATION, 1L);
-    curl_easy_setopt(h, CURLOPT_MAXREDIRS, kMaxRedirects);
-    curl_easy_setopt(h, CURLOPT_WRITEFUNCTION, &TransferCallbacks::write);
-    curl_easy_setopt(h, CURLOPT_WRITEDATA, this);
-    curl_easy_setopt(h, CURLOPT_HEADERFUNCTION, &TransferCallbacks::header);
-    curl_easy_setopt(h, CURLOPT_HEADERDATA, this);
-    curl_easy_setopt(h, CURLOPT_NOPROGRESS, 0L);
-    curl_easy_setopt(h, CURLOPT_XFERINFOFUNCTION, &TransferCallbacks::progress);
+    lib->easy_setopt(h, CURLOPT_URL, url_.c_str());
+    lib->easy_setopt(h, CURLOPT_NOSIGNAL, 1L);
+    lib->easy_setopt(h, CURLOPT_ERRORBUFFER, errorText);
+    lib->easy_setopt(h, CURLOPT_PROTOCOLS_STR, "http,https");
+    lib->easy_setopt(h, CURLOPT_REDIR_PROTOCOLS_STR, "http,https");
+    lib->easy_setopt(h, CURLOPT_FOLLOWLOCATION, 1L);
+    lib->easy_setopt(h, CURLOPT_MAXREDIRS, kMaxRedirects);
+    lib->easy_setopt(h, CURLOPT_WRITEFUNCTION, &TransferCallbacks::write);
+    lib->easy_setopt(h, CURLOPT_WRITEDATA, this);
+    lib->easy_setopt(h, CURLOPT_HEADERFUNCTION, &TransferCallbacks::header);
+    lib->easy_setopt(h, CURLOPT_HEADERDATA, this);
+    lib->easy_setopt(h, CURLOPT_NOPROGRESS, 0L);
+    lib->easy_setopt(h, CURLOPT_XFERINFOFUNCTION, &TransferCallbacks::progress);
 
     const long timeoutMs = static_cast<long>(std::max<std::int64_t>(1, timeout_.count()));
-    curl_easy_setopt(h, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
+    lib->easy_setopt(h, CURLOPT_CONNECTTIMEOUT_MS, timeoutMs);
     if (bodySize_ >= kLargeBodyBytes) {
-        curl_easy_setopt(h, CURLOPT_LOW_SPEED_LIMIT, 1L);
-        curl_easy_setopt(h, CURLOPT_LOW_SPEED_TIME, std::max(1L, (timeoutMs + 999) / 1000));
+        lib->easy_setopt(h, CURLOPT_LOW_SPEED_LIMIT, 1L);
+        lib->easy_setopt(h, CURLOPT_LOW_SPEED_TIME, std::max(1L, (timeoutMs + 999) / 1000));
     } else {
-        curl_easy_setopt(h, CURLOPT_TIMEOUT_MS, timeoutMs);
+        lib->easy_setopt(h, CURLOPT_TIMEOUT_MS, timeoutMs);
     }
 
     const bool hasBody = !bodyPieces_.empty() || httpMethod_ != "GET";
     if (hasBody) {
         bodyOffset_ = 0;
-        curl_easy_setopt(h, CURLOPT_POST, 1L);
-        curl_easy_setopt(h, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bodySize_));
-        curl_easy_setopt(h, CURLOPT_READFUNCTION, &TransferCallbacks::read);
-        curl_easy_setopt(h, CURLOPT_READDATA, this);
-        curl_easy_setopt(h, CURLOPT_SEEKFUNCTION, &TransferCallbacks::seek);
-        curl_easy_setopt(h, CURLOPT_SEEKDATA, this);
+        lib->easy_setopt(h, CURLOPT_POST, 1L);
+        lib->easy_setopt(h, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(bodySize_));
+        lib->easy_setopt(h, CURLOPT_READFUNCTION, &TransferCallbacks::read);
+        lib->easy_setopt(h, CURLOPT_READDATA, this);
+        lib->easy_setopt(h, CURLOPT_SEEKFUNCTION, &TransferCallbacks::seek);
+        lib->easy_setopt(h, CURLOPT_SEEKDATA, this);
     }
     if (httpMethod_ != "GET" && httpMethod_ != "POST") {
-        curl_easy_setopt(h, CURLOPT_CUSTOMREQUEST, httpMethod_.c_str());
+        lib->easy_setopt(h, CURLOPT_CUSTOMREQUEST, httpMethod_.c_str());
     } else if (httpMethod_ == "GET" && hasBody) {
-        curl_easy_setopt(h, CURLOPT_CUSTOMREQUEST, "GET");
+        lib->easy_setopt(h, CURLOPT_CUSTOMREQUEST, "GET");
     }
 
     curl_slist* list = nullptr;
     bool hasContentType = false;
     for (const auto& [name, value] : headers_) {
-        list = curl_slist_append(list, (name + ": " + value).c_str());
+        list = lib->slist_append(list, (name + ": " + value).c_str());
         hasContentType = hasContentType || equalsIgnoringCase(name, "Content-Type");
     }
     // Only the headers the caller set: no form content type, no 100-continue pause.
-    if (hasBody && !hasContentType) list = curl_slist_append(list, "Content-Type:");
-    list = curl_slist_append(list, "Expect:");
-    std::unique_ptr<curl_slist, SlistDeleter> headerList(list);
-    curl_easy_setopt(h, CURLOPT_HTTPHEADER, list);
+    if (hasBody && !hasContentType) list = lib->slist_append(list, "Content-Type:");
+    list = lib->slist_append(list, "Expect:");
+    std::unique_ptr<curl_slist, SlistDeleter> headerList(list, SlistDeleter{lib});
+    lib->easy_setopt(h, CURLOPT_HTTPHEADER, list);
 
-    const CURLcode rc = curl_easy_perform(h);
+    const CURLcode rc = lib->easy_perform(h);
     long status = 0;
-    curl_easy_getinfo(h, CURLINFO_RESPONSE_CODE, &status);
+    lib->easy_getinfo(h, CURLINFO_RESPONSE_CODE, &status);
     httpStatusCode_ = static_cast<int>(status);
     // Half an answer is no answer when the application is quitting.
     if (rc == CURLE_ABORTED_BY_CALLBACK) {
@@ -250,7 +250,7 @@ void NBXWebServiceRequest::perform() {
     }
     if (rc != CURLE_OK && debug_)
         writeDebugLine(std::string("NBX_WSR: transfer failed[") +
-                       (errorText[0] ? errorText : curl_easy_strerror(rc)) + "]");
+                       (errorText[0] ? errorText : lib->easy_strerror(rc)) + "]");
 }
 
 std::string NBXWebServiceRequest::localizedStringForStatusCode(int statusCode) {

@@ -20,8 +20,8 @@ public:
     // A response larger than this is dropped rather than exhausting memory.
     static constexpr std::size_t kMaxResponseBytes = std::size_t{256} << 20;
 
-    // Process-wide transport set-up; call from main before any worker thread starts.
-    // Idempotent and thread-safe; the first exchange calls it too as a fallback.
+    // Process-wide transport set-up, which the first exchange does otherwise: a program that
+    // wants a missing library to show at its start calls it there. Idempotent and thread-safe.
     static void initializeTransport();
 
     // While on, transfers in flight end within about a second and new ones fail at once,

@@ -123,8 +123,9 @@ public:
     // Null until built: a direct print decides without it.
     MainWindow* window() const { return window_.get(); }
     SharedState& shared() { return shared_; }
-    // The country table, sorted for display at start-up; read-only afterwards.
-    const PropertyValue& arrCountyCode() const { return arrCountyCode_; }
+    // The country table, sorted for display once the window exists (at its first use: start-up
+    // does not wait for it). Main thread only.
+    const PropertyValue& arrCountyCode();
     const std::string& sSystemLanguage() const { return sSystemLanguage_; }
     const std::string& sSystemRegion() const { return sSystemRegion_; }
     const std::string& sAppFolderPath() const { return sAppFolderPath_; }
@@ -169,6 +170,7 @@ private:
     std::optional<NBXLogger> logger;
     PropertyValue bundleInfo;
     PropertyValue arrCountyCode_ = PropertyValue::array();
+    bool countriesToSort_ = false;
     std::string sAppFolderPath_, sSystemLanguage_, sSystemRegion_;
     std::unique_ptr<MainWindow> window_;
     // Set by terminate(): the platform's quit may take effect only later.

@@ -41,6 +41,14 @@ void AppDelegate::initCommonValue() {
     sSystemRegion_ = regionOfLocale(LangController::processLocale());
 }
 
+const PropertyValue& AppDelegate::arrCountyCode() {
+    if (countriesToSort_) {
+        arrCountyCode_ = registration_->sortCountryDic(arrCountyCode_);
+        countriesToSort_ = false;
+    }
+    return arrCountyCode_;
+}
+
 std::string AppDelegate::regionOfLocale(const std::string& locale) {
     const auto at = locale.find('_');
     if (at == std::string::npos) return "";
@@ -89,10 +97,11 @@ void AppDelegate::buildWindow() {
         localized("AboutContact"),
         localized("AboutSite"),
         QString::fromStdString(bundleInfo["AboutSite"].string().value_or(""))};
-    arrCountyCode_ = registration_->sortCountryDic(arrCountyCode_);
-    window_ = std::make_unique<MainWindow>(localizer(), arrCountyCode_, about);
+    countriesToSort_ = true;
+    window_ = std::make_unique<MainWindow>(
+        localizer(), [this]() -> const PropertyValue& { return arrCountyCode(); }, about);
     window_->selectDefaultCountry(QString::fromStdString(sSystemRegion_));
-    registration_->logDefaultCountry();
+    registration_->logDefaultCountry(arrCountyCode_);
     connectWindow();
 }
 

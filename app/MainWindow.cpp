@@ -58,14 +58,14 @@ QLineEdit { padding: 4px 6px; border: 1px solid #d1d5db; border-radius: 6px;
 
 }  // namespace
 
-MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
+MainWindow::MainWindow(const Localizer& tr, std::function<const PropertyValue&()> countryTable,
                        const AboutInfo& about)
     : toolbar([this] { return buildToolbar(); }),
       tonerWindow([this] { return new TonerWindow(tr_, this); }),
       aboutSheet([this] { return new AboutSheet(tr_, about_, this); }),
       alertSheet([this] { return new AlertSheet(tr_, this); }),
       authScreen([this] {
-          auto* screen = ownScreen(new AuthScreen(tr_, countryTable_, countryModel()));
+          auto* screen = ownScreen(new AuthScreen(tr_, countryTable_(), countryModel()));
           withDefaultCountry(screen->phoneEntry());
           return screen;
       }),
@@ -92,7 +92,7 @@ MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
               "After connecting, the Printer name will be shown in your Nimbrix mobile app.");
       }),
       printerScreen([this] {
-          auto* screen = ownScreen(new PrinterScreen(tr_, countryTable_, countryModel()));
+          auto* screen = ownScreen(new PrinterScreen(tr_, countryTable_(), countryModel()));
           withDefaultCountry(screen->friendEntry());
           return screen;
       }),
@@ -102,12 +102,12 @@ MainWindow::MainWindow(const Localizer& tr, const PropertyValue& countryTable,
       unlinkSheet([this] { return new UnlinkSheet(tr_, this); }),
       printLaterSheet([this] { return new PrintLaterSheet(tr_, this); }),
       profilePhoneSheet([this] {
-          auto* sheet = new ProfilePhoneSheet(tr_, countryTable_, countryModel(), this);
+          auto* sheet = new ProfilePhoneSheet(tr_, countryTable_(), countryModel(), this);
           withDefaultCountry(sheet->phoneEntry());
           return sheet;
       }),
       tr_(tr),
-      countryTable_(countryTable),
+      countryTable_(std::move(countryTable)),
       about_(about) {
     setWindowTitle("Nimbrix 2.0");
     setStyleSheet(kStyle);
@@ -136,7 +136,7 @@ WizardScreen* MainWindow::wizardScreen(const char* image, const char* heading,
 }
 
 QAbstractItemModel* MainWindow::countryModel() {
-    if (!countryModel_) countryModel_ = PhoneEntry::makeCountryModel(tr_, countryTable_, this);
+    if (!countryModel_) countryModel_ = PhoneEntry::makeCountryModel(tr_, countryTable_(), this);
     return countryModel_;
 }
 

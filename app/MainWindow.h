@@ -2,6 +2,7 @@
 
 #include <QMainWindow>
 #include <QPointer>
+#include <functional>
 #include <vector>
 
 #include "AboutSheet.h"
@@ -40,7 +41,9 @@ class WizardScreen;
 class MainWindow : public QMainWindow {
     Q_OBJECT
 public:
-    MainWindow(const Localizer& tr, const PropertyValue& countryTable, const AboutInfo& about);
+    // `countryTable` is asked for when a phone entry is first built.
+    MainWindow(const Localizer& tr, std::function<const PropertyValue&()> countryTable,
+               const AboutInfo& about);
     ~MainWindow() override;
 
     // Puts a screen into the active area.
@@ -108,7 +111,7 @@ private:
     PhoneEntry* withDefaultCountry(PhoneEntry* entry) const;
 
     const Localizer tr_;
-    const PropertyValue countryTable_;
+    const std::function<const PropertyValue&()> countryTable_;
     const AboutInfo about_;
     QString region_;
     QAbstractItemModel* countryModel_ = nullptr;

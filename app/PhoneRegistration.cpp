@@ -97,8 +97,7 @@ PropertyValue PhoneRegistration::sortCountryDic(const PropertyValue& countries) 
     return sorted;
 }
 
-void PhoneRegistration::logDefaultCountry() const {
-    const PropertyValue& countries = app_.arrCountyCode();
+void PhoneRegistration::logDefaultCountry(const PropertyValue& countries) const {
     for (std::size_t i = 0; i < countries.size(); ++i) {
         const PropertyValue& entry = countries.at(i);
         if (entry["Locale_alpha2"].string() == app_.sSystemRegion()) {

@@ -24,7 +24,8 @@ public:
     void connectWindow(MainWindow* window);
     // The table ordered by localized name and code, as the country popups show it.
     PropertyValue sortCountryDic(const PropertyValue& countries) const;
-    void logDefaultCountry() const;
+    // Finds the locale's country by its unique code, so any order of the table will do.
+    void logDefaultCountry(const PropertyValue& countries) const;
     void clickContryFlag(int index);
     void clickGetCertificate();
     void getCerNoAction(const std::string& code, const std::string& phone);

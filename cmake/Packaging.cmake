@@ -17,7 +17,7 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 # The back end only runs under the local scheduler, the agent makes its queue with lpadmin, and
 # the queue takes its jobs as PDF through the scheduler's filters. The rest of the printing
 # system (drivers for a printer to share) is the user's choice.
-# libcurl is loaded when the first exchange needs it, so the programs' links do not name it.
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4, cups-daemon, cups-client, cups-filters")
+# libcurl and libcrypto are loaded when first needed, so the programs' links do not name them.
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "libcurl4, libssl3, cups-daemon, cups-client, cups-filters")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS "cups")
 include(CPack)

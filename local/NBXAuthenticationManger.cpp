@@ -1,13 +1,12 @@
 #include "NBXAuthenticationManger.h"
 
-#include <openssl/evp.h>
-
 #include <climits>
 #include <cstring>
 #include <filesystem>
 #include <memory>
 #include <thread>
 
+#include "CryptoLibrary.h"
 #include "NBXLogger.h"
 #include "NBXUtility.h"
 #include "PropertyListFile.h"
@@ -24,15 +23,16 @@ std::optional<Bytes> crypt(std::string_view key, const Bytes& input, bool encryp
     unsigned char keyBuffer[33] = {};
     std::memcpy(keyBuffer, key.data(), std::min<std::size_t>(key.size(), 32));
     const unsigned char iv[16] = {};
-    const std::unique_ptr<EVP_CIPHER_CTX, decltype(&EVP_CIPHER_CTX_free)> ctx(EVP_CIPHER_CTX_new(),
-                                                                              EVP_CIPHER_CTX_free);
+    const CryptoLibrary* c = CryptoLibrary::get();
+    if (!c) return std::nullopt;
+    const std::unique_ptr<EVP_CIPHER_CTX, decltype(c->cipherContextFree)> ctx(c->cipherContextNew(),
+                                                                              c->cipherContextFree);
     Bytes output(input.size() + 16);
     int moved = 0, last = 0;
-    if (!ctx ||
-        EVP_CipherInit_ex(ctx.get(), EVP_aes_256_cbc(), nullptr, keyBuffer, iv, encrypt) != 1 ||
-        EVP_CipherUpdate(ctx.get(), output.data(), &moved, input.data(),
-                         static_cast<int>(input.size())) != 1 ||
-        EVP_CipherFinal_ex(ctx.get(), output.data() + moved, &last) != 1)
+    if (!ctx || c->cipherInit(ctx.get(), c->aes256Cbc(), nullptr, keyBuffer, iv, encrypt) != 1 ||
+        c->cipherUpdate(ctx.get(), output.data(), &moved, input.data(),
+                        static_cast<int>(input.size())) != 1 ||
+        c->cipherFinal(ctx.get(), output.data() + moved, &last) != 1)
         return std::nullopt;
     output.resize(static_cast<std::size_t>(moved + last));
     return output;

@@ -1,6 +1,5 @@
 #include "NBXUtility.h"
 
-#include <openssl/rand.h>
 #include <pwd.h>
 #include <unistd.h>
 
@@ -11,6 +10,7 @@
 #include <mutex>
 
 #include "Configuration.h"
+#include "CryptoLibrary.h"
 #include "NBXAuthenticationManger.h"
 #include "PropertyListFile.h"
 
@@ -22,7 +22,8 @@ namespace {
 
 std::string uniqueString() {
     unsigned char b[16] = {};
-    if (RAND_bytes(b, sizeof b) != 1) {
+    const CryptoLibrary* c = CryptoLibrary::get();
+    if (!c || c->randomBytes(b, sizeof b) != 1) {
         const auto seed = static_cast<unsigned long long>(std::time(nullptr)) ^ getpid();
         for (unsigned i = 0; i < sizeof b; ++i)
             b[i] = static_cast<unsigned char>(seed >> (8 * (i % 8)));

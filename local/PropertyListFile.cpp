@@ -1,6 +1,5 @@
 #include "PropertyListFile.h"
 
-#include <openssl/evp.h>
 #include <plist/plist.h>
 
 #include <charconv>
@@ -15,6 +14,8 @@
 #include <pugixml.hpp>
 #include <sstream>
 #include <system_error>
+
+#include "CryptoLibrary.h"
 
 namespace nbx {
 
@@ -93,11 +94,12 @@ std::optional<PropertyValue> parseData(std::string_view text) {
     std::string compact;
     for (char c : text)
         if (c != ' ' && c != '\t' && c != '\r' && c != '\n') compact += c;
-    if (compact.size() % 4 != 0) return std::nullopt;
+    const CryptoLibrary* c = CryptoLibrary::get();
+    if (compact.size() % 4 != 0 || !c) return std::nullopt;
     Bytes bytes(compact.size() / 4 * 3);
     const int n =
-        EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(compact.data()),
-                        static_cast<int>(compact.size()));
+        c->decodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(compact.data()),
+                       static_cast<int>(compact.size()));
     if (n < 0) return std::nullopt;
     std::size_t padding = 0;
     while (padding < 2 && compact.size() > padding && compact[compact.size() - 1 - padding] == '=')
@@ -429,10 +431,12 @@ std::optional<PropertyValue> readBinary(const std::string& bytes) {
 
 // ---- writing ----
 
-std::string base64(const Bytes& data) {
+std::optional<std::string> base64(const Bytes& data) {
+    const CryptoLibrary* c = CryptoLibrary::get();
+    if (!c) return std::nullopt;
     std::string out(4 * ((data.size() + 2) / 3) + 1, '\0');
-    const int n = EVP_EncodeBlock(reinterpret_cast<unsigned char*>(out.data()), data.data(),
-                                  static_cast<int>(data.size()));
+    const int n = c->encodeBlock(reinterpret_cast<unsigned char*>(out.data()), data.data(),
+                                 static_cast<int>(data.size()));
     out.resize(static_cast<std::size_t>(n));
     return out;
 }
@@ -511,9 +515,11 @@ bool toXml(pugi::xml_node parent, const PropertyValue& value, int depth) {
         case PropertyValue::Type::Date:
             addText(parent, "date", isoDate(*value.date()));
             return true;
-        case PropertyValue::Type::Data:
-            addText(parent, "data", base64(*value.data()));
-            return true;
+        case PropertyValue::Type::Data: {
+            const auto text = base64(*value.data());
+            if (text) addText(parent, "data", *text);
+            return text.has_value();
+        }
         case PropertyValue::Type::Array:
         case PropertyValue::Type::Dictionary:
             return containerToXml(parent, value, depth);

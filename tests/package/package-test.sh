@@ -56,7 +56,7 @@ icon=$root/usr/share/icons/hicolor/96x96/apps/nimbrix-agent.png
   fail "icon is not 96x96"
 
 depends=$(dpkg-deb -f "$deb" Depends)
-for needed in cups-daemon cups-client cups-filters libqt6widgets6 libcups2 libcurl4; do
+for needed in cups-daemon cups-client cups-filters libqt6widgets6 libcups2 libcurl4 libssl3; do
   [[ $depends == *"$needed"* ]] || fail "Depends lacks $needed: $depends"
 done
 

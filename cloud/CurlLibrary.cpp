@@ -1,7 +1,6 @@
 #include "CurlLibrary.h"
 
 #include <csignal>
-#include <mutex>
 #include <string>
 
 #include "SharedLibrary.h"
@@ -42,9 +41,8 @@ const CurlLibrary* load() {
 }  // namespace
 
 const CurlLibrary* CurlLibrary::get() {
-    static std::once_flag once;
-    static const CurlLibrary* lib = nullptr;
-    std::call_once(once, [] { lib = load(); });
+    // Initialized once, and other threads asking meanwhile wait for it.
+    static const CurlLibrary* const lib = load();
     return lib;
 }
 

@@ -1,7 +1,5 @@
 #include "CryptoLibrary.h"
 
-#include <mutex>
-
 #include "SharedLibrary.h"
 
 namespace nbx {
@@ -25,9 +23,8 @@ const CryptoLibrary* load() {
 }  // namespace
 
 const CryptoLibrary* CryptoLibrary::get() {
-    static std::once_flag once;
-    static const CryptoLibrary* lib = nullptr;
-    std::call_once(once, [] { lib = load(); });
+    // Initialized once, and other threads asking meanwhile wait for it.
+    static const CryptoLibrary* const lib = load();
     return lib;
 }
 

@@ -54,9 +54,8 @@ TEST(RecordTarget, StoresTheChoiceAndKeepsTheRestOfTheFile) {
         AppHarness h;
         h.writeUserFile("com.Valmora.nbx.plist", dict({{"DirectPrint", "TRUE"}}));
         AppDelegate& d = h.launch();
-        d.shared().arrSaveAgentList.set(agents());
+        showRows(d, agents());
         PrinterScreen* screen = d.window()->printerScreen;
-        screen->reloadPrinters(agents());
         if (c.printerRow >= 0) screen->printerTable()->item(c.printerRow)->setSelected(true);
         if (c.friendRow) screen->friendTable()->item(0)->setSelected(true);
         screen->friendEntry()->codeField()->setText(c.code);
@@ -81,8 +80,7 @@ TEST(RecordTargetOnPrintLaunch, UnwrittenTargetRestoresThePreferences) {
     const PropertyValue rows = PropertyValue::array(
         {marker("TitleMyPrinter"),
          dict({{"agentType", "PRT_AGENT"}, {"agentAlias", "Desk"}, {"agentMacAddress", "0a"}})});
-    d.shared().arrSaveAgentList.set(rows);
-    d.window()->printerScreen->reloadPrinters(rows);
+    showRows(d, rows);
     d.window()->printerScreen->printerTable()->setCurrentRow(1);
     d.shared().nCrtFunctionNum = 7;
     d.nextAction();
@@ -140,15 +138,15 @@ TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
     for (const auto& [installed, state, after] : cases) {
         AppHarness h;
         h.signIn("82", "101234");
-        if (installed) h.installSetupApplication();
+        if (installed) h.installHelper(kSetup);
         AppDelegate& d = h.launch();
         d.shared().nCrtFunctionNum = state;
         d.runNBXSetup("signout");
-        EXPECT_EQ(h.setupArguments(), "");
+        EXPECT_EQ(h.helperArguments(kSetup), "");
         ASSERT_EQ(h.workers.size(), installed ? 1u : 0u);
         h.runWorkers();
         AppHarness::drainEvents();
-        EXPECT_EQ(h.setupArguments(), installed ? "-signout" : "");
+        EXPECT_EQ(h.helperArguments(kSetup), installed ? "-signout|" : "");
         EXPECT_EQ(h.alerts->texts(), (installed ? Texts{kOffline, kOffline} : Texts{kQueueFailed}));
         EXPECT_EQ(d.shared().nCrtFunctionNum, after);
         if (installed) {

@@ -1,6 +1,5 @@
 #include "AccountLink.h"
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 #include "JSONKit.h"
 #include "NBXAuthenticationManger.h"
 #include "NBXNotificationCenter.h"
@@ -22,23 +21,14 @@ void runFirstWorker(AppHarness& h) {
     AppHarness::drainEvents();
 }
 
-// An account program that records its arguments, puts `vaFile` (when given) in place of the
-// user's va.plist as the real one stores the account, and exits with `status`.
-void installAccountApplication(const AppHarness& h, int status, const std::string& vaFile = {}) {
-    const std::string folder = h.helperFolder() + "Valmora Account.app/Contents/MacOS/";
-    std::filesystem::create_directories(folder);
-    std::ofstream script(folder + "Valmora Account");
-    script << "#!/bin/sh\nprintf '%s' \"$*\" > \"" << h.home.path() << "/account-arguments\"\n";
-    if (!vaFile.empty()) script << "cp \"" << vaFile << "\" \"" << h.userFile("va.plist") << "\"\n";
-    script << "exit " << status << "\n";
-    script.close();
-    std::filesystem::permissions(folder + "Valmora Account", std::filesystem::perms::owner_all);
-}
+const std::string kAccount = "Valmora Account";
 
-std::string accountArguments(const AppHarness& h) {
-    std::stringstream text;
-    text << std::ifstream(h.home.path() + "/account-arguments").rdbuf();
-    return text.str();
+// The account program puts `vaFile` (when given) in place of the user's va.plist, as the real one
+// stores the account, and exits with `status`.
+void installAccountApplication(const AppHarness& h, int status, const std::string& vaFile = {}) {
+    const std::string copy = "cp \"" + vaFile + "\" \"" + h.userFile("va.plist") + "\"\n";
+    h.installHelper(kAccount,
+                    (vaFile.empty() ? "" : copy) + "exit " + std::to_string(status) + "\n");
 }
 
 // The next button of the Printer tab follows the friend's fields, the notifications the code
@@ -83,10 +73,7 @@ TEST(SendToFriend, SendJobNeedsTheUserAndBothNumbers) {
             NBXNotificationCenter::defaultCenter().postNotificationName("insertUserInfo",
                                                                         s.userInfo);
         } else {
-            int index = -1;
-            for (std::size_t i = 0; i < d.arrCountyCode().size() && index < 0; ++i)
-                if (d.arrCountyCode().at(i)["Code"].string() == "1") index = static_cast<int>(i);
-            d.friends().clickContryFlag_Friend(index);
+            d.friends().clickContryFlag_Friend(countryIndex(d, "1"));
             EXPECT_EQ(entry->codeField()->text(), "1");
         }
         EXPECT_EQ(screen->nextButton()->isEnabled(), s.enabled);
@@ -96,13 +83,7 @@ TEST(SendToFriend, SendJobNeedsTheUserAndBothNumbers) {
 // A print launch sent to a friend's phone: the choice is kept as the recent target and the back
 // end's target file names the phone, which the service knows.
 TEST(SendToFriend, SendJobWritesThePhoneTarget) {
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ASSERT_TRUE(emulator.ok());
-    emulator.seed(
-        dict({{"users",
-               PropertyValue::array({dict({{"countryCode", "82"}, {"phoneNumber", "101234"}}),
-                                     dict({{"countryCode", "1"}, {"phoneNumber", "5550100"}})})}}));
-    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+    Cloud cloud(users({user("82", "101234"), user("1", "5550100")}));
     AppHarness h;
     h.signIn("82", "0101234");
     h.writeUserFile("com.Valmora.nbx.plist", dict({{"DirectPrint", "FALSE"}}));
@@ -175,7 +156,7 @@ TEST(Account, SignOut) {
             EXPECT_EQ(h.alerts->shown[0].title, "Sign Out");
             EXPECT_EQ(h.alerts->shown[0].buttons, (Texts{"Yes", "No"}));
         }
-        EXPECT_EQ(accountArguments(h), c.installed && c.signedOut ? "-signout" : "");
+        EXPECT_EQ(h.helperArguments(kAccount), c.installed && c.signedOut ? "-signout|" : "");
         EXPECT_EQ(std::filesystem::exists(h.userFile("AgentPL.plist")), !c.signedOut);
         EXPECT_EQ(d.shared().nCrtFunctionNum, c.signedOut ? kPrinterTab : kSettingTab);
         QToolButton* add = nullptr;
@@ -233,7 +214,7 @@ TEST(Account, SignInBindsTheStoredAccount) {
         if (c.installed) runFirstWorker(h);
         AppHarness::drainEvents();
         EXPECT_EQ(h.alerts->texts(), c.alerts);
-        EXPECT_EQ(accountArguments(h), c.installed ? "-signin" : "");
+        EXPECT_EQ(h.helperArguments(kAccount), c.installed ? "-signin|" : "");
         PropertyValue binds = PropertyValue::array();
         const PropertyValue requests = emulator.requests();
         for (std::size_t i = 0; i < requests.size(); ++i)

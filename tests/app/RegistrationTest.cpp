@@ -6,7 +6,6 @@
 
 #include "AppHarness.h"
 #include "AuthScreen.h"
-#include "CloudEmulator.h"
 #include "JSONKit.h"
 #include "NBXAuthenticationManger.h"
 #include "NBXLogger.h"
@@ -16,29 +15,8 @@ namespace {
 
 const char* const kPushPath = "/nbx/v2/idmmgtsvc/user/verification/push";
 
-// The emulator answers the lookup; its PINs and request log tell what the agent sent.
-struct Cloud {
-    Cloud() { EXPECT_TRUE(emulator.ok()); }
-    // The agent's requests to one operation, lookups left out.
-    std::vector<PropertyValue> requestsTo(const std::string& path) {
-        std::vector<PropertyValue> found;
-        const PropertyValue all = emulator.requests();
-        for (std::size_t i = 0; i < all.size(); ++i)
-            if (all.at(i)["path"].string() == path) found.push_back(all.at(i));
-        return found;
-    }
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ScopedEnv lookup{"NBX_LOOKUP_SERVER", emulator.hostPort().c_str()};
-};
-
 PropertyValue jsonBody(const PropertyValue& request) {
     return objectFromJSONData(request["body"].string().value_or("")).value_or(nullptr);
-}
-
-int countryIndex(AppDelegate& d, const char* code) {
-    for (std::size_t i = 0; i < d.arrCountyCode().size(); ++i)
-        if (d.arrCountyCode().at(i)["Code"].string() == code) return static_cast<int>(i);
-    return -1;
 }
 
 // Opens the registration screen, picks the country and types the number, as a user would.
@@ -137,7 +115,7 @@ TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
         std::optional<ScopedEnv> down;
         if (c.lookupDown == Down::AtRequest) down.emplace("NBX_LOOKUP_SERVER", "127.0.0.1:1");
         if (c.lookupDown == Down::DroppedAtRequest)
-            cloud.emulator.injectFault(
+            cloud.injectFault(
                 dict({{"path", "/idmmgtsvc/user/verification/push"}, {"drop", true}}));
         AppHarness h;
         AppDelegate& d = h.launch();
@@ -147,7 +125,7 @@ TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
         PinEntry* pin = d.window()->authScreen->pinEntry();
         const bool pinAsked = std::string(c.code) == "44" && c.lookupDown != Down::AtRequest &&
                               c.lookupDown != Down::DroppedAtRequest;
-        const std::string issued = cloud.emulator.latestPin("44", "7700900123").value_or("0");
+        const std::string issued = cloud.latestPin("44", "7700900123").value_or("0");
         if (pinAsked) {
             const auto requests = cloud.requestsTo(kPushPath);
             ASSERT_EQ(requests.size(), 1u);
@@ -218,8 +196,7 @@ TEST(Registration, PhoneRefusalsGoThroughTheCodeTable) {
 // A slow service leaves the window responsive, and quitting meanwhile takes under a second.
 TEST(Registration, SlowServiceNeitherFreezesTheWindowNorHoldsTheQuit) {
     Cloud cloud;
-    cloud.emulator.injectFault(
-        dict({{"path", "/idmmgtsvc/user/verification/push"}, {"delayMs", 30000}}));
+    cloud.injectFault(dict({{"path", "/idmmgtsvc/user/verification/push"}, {"delayMs", 30000}}));
     AppHarness h;
     h.realThreads = true;
     AppDelegate& d = h.launch();
@@ -281,12 +258,7 @@ TEST(RegistrationCountdown, SecondRequestRestartsItAndStopEndsItQuietly) {
 }
 
 TEST(VerifCode, OnlyAKnownUnsubscribedUserIsRefused) {
-    Cloud cloud;
-    cloud.emulator.seed(dict(
-        {{"users",
-          PropertyValue::array(
-              {dict({{"countryCode", "44"}, {"phoneNumber", "111"}}),
-               dict({{"countryCode", "44"}, {"phoneNumber", "222"}, {"isSubscribed", false}})})}}));
+    Cloud cloud(users({user("44", "111"), user("44", "222", {{"isSubscribed", false}})}));
     AppHarness h;
     AppDelegate& d = h.launch();
     EXPECT_TRUE(d.registration().verifCode("44", "111"));
@@ -299,12 +271,11 @@ TEST(BindAccount, StoresTheAnsweredTokenUnderItsOwnKeyOrAlertsWhenUnavailable) {
     for (const bool unavailable : {false, true}) {
         SCOPED_TRACE(unavailable ? "503" : "bound");
         Cloud cloud;
-        cloud.emulator.seed(
-            dict({{"users", PropertyValue::array({dict({{"countryCode", "44"},
-                                                        {"phoneNumber", "7700900123"},
-                                                        {"accessToken", "T1"}})})}}));
+        cloud.seed(dict({{"users", PropertyValue::array({dict({{"countryCode", "44"},
+                                                               {"phoneNumber", "7700900123"},
+                                                               {"accessToken", "T1"}})})}}));
         if (unavailable) {
-            cloud.emulator.injectFault(dict(
+            cloud.injectFault(dict(
                 {{"path", "/idmmgtsvc/user/account/bind"}, {"status", 503}, {"emptyBody", true}}));
         }
         AppHarness h;
@@ -359,7 +330,7 @@ TEST(Secrets, NeitherTheTokensNorThePinReachWhatTheAgentWrites) {
         AppDelegate& d = h.launch();
         enterPhone(d, "44", "7700900123");
         requestPin(h, d, false);
-        const std::string pin = cloud.emulator.latestPin("44", "7700900123").value_or("");
+        const std::string pin = cloud.latestPin("44", "7700900123").value_or("");
         typePinAndNext(h, d, pin);
         h.writeUserFile("va.plist",
                         dict({{"ValmoraAccountID", *dataByAESEncryption("ann@va")},
@@ -373,8 +344,7 @@ TEST(Secrets, NeitherTheTokensNorThePinReachWhatTheAgentWrites) {
         dup2(savedError, 2);
         close(savedError);
 
-        const std::string token =
-            cloud.emulator.state()["users"].at(0)["accessToken"].string().value_or("");
+        const std::string token = cloud.state()["users"].at(0)["accessToken"].string().value_or("");
         ASSERT_GE(token.size(), 8u);
         ASSERT_EQ(cloud.requestsTo("/nbx/v2/idmmgtsvc/user/account/bind").size(), 1u);
         std::stringstream err;
@@ -404,7 +374,7 @@ TEST_F(RegistrationWithQueue, NextScreenFollowsTheSavedChoice) {
         h.runWorkers();
         enterPhone(d, "1", "05550100");
         requestPin(h, d, false);
-        const auto issued = cloud.emulator.latestPin("1", "5550100");
+        const auto issued = cloud.latestPin("1", "5550100");
         ASSERT_TRUE(issued);
         typePinAndNext(h, d, *issued);
         EXPECT_EQ(NBXAuthenticationManger::returnAuthInfo(),

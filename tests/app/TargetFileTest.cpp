@@ -1,5 +1,4 @@
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 
 namespace nbx::test {
 namespace {
@@ -17,13 +16,7 @@ PropertyValue printer(const char* id, const char* mac, PropertyDictionary more =
 // Where the job goes and with which options, for each kind of target; the file the back end
 // reads, what the user is told, and whether the job preferences stand.
 TEST(TargetFile, EveryTargetAndReconciliation) {
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ASSERT_TRUE(emulator.ok());
-    emulator.seed(
-        dict({{"users",
-               PropertyValue::array({dict({{"countryCode", "82"}, {"phoneNumber", "101234"}}),
-                                     dict({{"countryCode", "1"}, {"phoneNumber", "5550100"}})})}}));
-    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+    Cloud cloud(users({user("82", "101234"), user("1", "5550100")}));
     const PropertyValue own = dict({{"Type", "Printer"}, {"MACAddress", "0a"}});
     const PropertyValue paid = PropertyValue::array({printer(
         "p1", "0a",
@@ -182,7 +175,7 @@ TEST(TargetFile, EveryTargetAndReconciliation) {
 // A direct print decides at start-up from the service's list before any window is built; one
 // it cannot settle opens the target choice instead.
 TEST(TargetFile, DirectPrintDecidesBeforeTheWindow) {
-    const PropertyValue owner = dict({{"countryCode", "82"}, {"phoneNumber", "101234"}});
+    const PropertyValue owner = user("82", "101234");
     struct {
         const char* name;
         QString pages;
@@ -202,13 +195,10 @@ TEST(TargetFile, DirectPrintDecidesBeforeTheWindow) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-        ASSERT_TRUE(emulator.ok());
         PropertyValue agent = c.agent;
         agent.set("agentId", "hall");
         agent.set("agentMacAddress", "0a0b");
-        emulator.seed(dict({{"agents", PropertyValue::array({agent})}}));
-        ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+        Cloud cloud(dict({{"agents", PropertyValue::array({agent})}}));
         AppHarness h;
         h.signIn("82", "101234");
         h.writeUserFile(

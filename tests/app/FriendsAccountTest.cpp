@@ -170,34 +170,34 @@ TEST(Account, SignOut) {
     }
 }
 
-// The account program stores the account in va.plist; binding sends it with the registered
-// phone. A cancelled or missing program binds nothing.
+// The account program stores the account in va.plist; binding sends it with the session's token
+// and stores the token the service answers under its own key. A cancelled or missing program
+// binds nothing, and a service that is unavailable is told.
 TEST(Account, SignInBindsTheStoredAccount) {
     struct {
         const char* name;
         bool installed;
         int status;
+        bool unavailable;
         Texts alerts;
-        bool bound;
     } const cases[] = {
-        {"Stored", true, 0, {}, true},
-        {"Cancelled", true, 1, {}, false},
-        {"WithoutTheProgram", false, 0, {kQueueFailed}, false},
+        {"Stored", true, 0, false, {}},
+        {"Cancelled", true, 1, false, {}},
+        {"WithoutTheProgram", false, 0, false, {kQueueFailed}},
+        {"Unavailable", true, 0, true, {"Unknown cloud server error. [Error Code: 2]"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-        ASSERT_TRUE(emulator.ok());
         // The token as the service's account sign-in issued it.
-        emulator.seed(dict(
-            {{"users",
-              PropertyValue::array({dict(
-                  {{"countryCode", "44"}, {"phoneNumber", "7700900123"}, {"accessToken", "T1"}})})},
+        Cloud cloud(dict(
+            {{"users", PropertyValue::array({user("44", "7700900123", {{"accessToken", "T1"}})})},
              {"accounts",
               PropertyValue::array({dict({{"accountId", "ann@va"},
                                           {"password", "pw"},
                                           {"tokens", PropertyValue::array({"vt-1"})}})})}}));
-        ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+        if (c.unavailable)
+            cloud.injectFault(dict(
+                {{"path", "/idmmgtsvc/user/account/bind"}, {"status", 503}, {"emptyBody", true}}));
         AppHarness h;
         h.signIn("44", "07700900123");
         const PropertyValue signedIn = dict({{"accessToken", *dataByAESEncryption("T1")}});
@@ -215,19 +215,23 @@ TEST(Account, SignInBindsTheStoredAccount) {
         AppHarness::drainEvents();
         EXPECT_EQ(h.alerts->texts(), c.alerts);
         EXPECT_EQ(h.helperArguments(kAccount), c.installed ? "-signin|" : "");
-        PropertyValue binds = PropertyValue::array();
-        const PropertyValue requests = emulator.requests();
-        for (std::size_t i = 0; i < requests.size(); ++i)
-            if (requests.at(i)["path"].string() == kBindPath) binds.append(requests.at(i));
-        ASSERT_EQ(binds.size(), c.bound ? 1u : 0u);
-        EXPECT_EQ(d.shared().nCrtFunctionNum, c.bound ? kPrinterTab : kSettingTab);
-        if (!c.bound) {
+        const bool asked = c.installed && c.status == 0, bound = asked && !c.unavailable;
+        const auto binds = cloud.requestsTo(kBindPath);
+        ASSERT_EQ(binds.size(), asked ? 1u : 0u);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, bound ? kPrinterTab : kSettingTab);
+        const PropertyValue file = h.readUserFile("va.plist");
+        EXPECT_EQ(stringByAESDecryption(*file["accessToken"].data()), "T1");
+        if (!bound) {
+            EXPECT_TRUE(file["AccessToken"].isNull());
             EXPECT_TRUE(d.window()->refreshView->isHidden());
             continue;
         }
-        EXPECT_EQ(objectFromJSONData(binds.at(0)["body"].string().value_or("")).value_or(nullptr),
+        EXPECT_EQ(objectFromJSONData(binds[0]["body"].string().value_or("")).value_or(nullptr),
                   dict({{"valmoraAccount", "ann@va"}, {"valmoraAccessToken", "vt-1"}}));
-        EXPECT_TRUE(h.readUserFile("va.plist")["AccessToken"].isData());
+        EXPECT_EQ(binds[0]["headers"]["accessToken"].string(), "T1");
+        // The service answers the session's token, which stays valid after binding.
+        ASSERT_TRUE(file["AccessToken"].isData()) << file.description();
+        EXPECT_EQ(stringByAESDecryption(*file["AccessToken"].data()), "T1");
     }
 }
 

@@ -15,10 +15,6 @@ namespace {
 
 const char* const kPushPath = "/nbx/v2/idmmgtsvc/user/verification/push";
 
-PropertyValue jsonBody(const PropertyValue& request) {
-    return objectFromJSONData(request["body"].string().value_or("")).value_or(nullptr);
-}
-
 // Opens the registration screen, picks the country and types the number, as a user would.
 void enterPhone(AppDelegate& d, const char* code, const char* phone) {
     d.showAuthScreen();
@@ -151,7 +147,9 @@ TEST(Registration, StoresTheNormalisedIdentityOrAlertsAndStoresNothing) {
         }
         const auto checks = cloud.requestsTo("/nbx/v2/idmmgtsvc/user/verification");
         ASSERT_EQ(checks.size(), 1u);
-        EXPECT_EQ(jsonBody(checks[0])["pinCode"].string(), std::to_string(std::stoi(issued)));
+        const PropertyValue body =
+            objectFromJSONData(checks[0]["body"].string().value_or("")).value_or(nullptr);
+        EXPECT_EQ(body["pinCode"].string(), std::to_string(std::stoi(issued)));
         PropertyValue stored = h.readUserFile("MyInfo.plist");
         stored.dictionaryPtr()->erase("NotiAgree");  // the refresh that follows may add it
         EXPECT_EQ(stored, dict({{"CountryCode", "44"}, {"PhoneNumber", "7700900123"}}));
@@ -265,46 +263,6 @@ TEST(VerifCode, OnlyAKnownUnsubscribedUserIsRefused) {
     EXPECT_FALSE(d.registration().verifCode("44", "222"));
     ScopedEnv down("NBX_LOOKUP_SERVER", "127.0.0.1:1");
     EXPECT_TRUE(d.registration().verifCode("44", "222"));
-}
-
-TEST(BindAccount, StoresTheAnsweredTokenUnderItsOwnKeyOrAlertsWhenUnavailable) {
-    for (const bool unavailable : {false, true}) {
-        SCOPED_TRACE(unavailable ? "503" : "bound");
-        Cloud cloud;
-        cloud.seed(dict({{"users", PropertyValue::array({dict({{"countryCode", "44"},
-                                                               {"phoneNumber", "7700900123"},
-                                                               {"accessToken", "T1"}})})}}));
-        if (unavailable) {
-            cloud.injectFault(dict(
-                {{"path", "/idmmgtsvc/user/account/bind"}, {"status", 503}, {"emptyBody", true}}));
-        }
-        AppHarness h;
-        h.signIn("44", "07700900123");
-        h.writeUserFile("va.plist", dict({{"ValmoraAccountID", *dataByAESEncryption("ann@va")},
-                                          {"ValmoraAccountToken", *dataByAESEncryption("vt-1")},
-                                          {"accessToken", *dataByAESEncryption("T1")}}));
-        AppDelegate& d = h.launch();
-        d.registration().requestToBindVA();
-        AppHarness::drainEvents();
-        const PropertyValue file = h.readUserFile("va.plist");
-        EXPECT_EQ(stringByAESDecryption(*file["accessToken"].data()), "T1");
-        if (unavailable) {
-            EXPECT_EQ(h.alerts->texts(), Texts{"Unknown cloud server error. [Error Code: 2]"});
-            EXPECT_TRUE(file["AccessToken"].isNull());
-            EXPECT_NE(d.shared().nCrtFunctionNum, 7);
-            continue;
-        }
-        const auto requests = cloud.requestsTo("/nbx/v2/idmmgtsvc/user/account/bind");
-        ASSERT_EQ(requests.size(), 1u);
-        EXPECT_EQ(jsonBody(requests[0]),
-                  dict({{"valmoraAccount", "ann@va"}, {"valmoraAccessToken", "vt-1"}}));
-        EXPECT_EQ(requests[0]["headers"]["accessToken"].string(), "T1");
-        ASSERT_TRUE(file["AccessToken"].isData()) << file.description();
-        // The service answers the session's token, which stays valid after binding.
-        EXPECT_EQ(stringByAESDecryption(*file["AccessToken"].data()), "T1");
-        EXPECT_EQ(d.shared().nCrtFunctionNum, 7);
-        EXPECT_EQ(h.alerts->texts(), Texts{});
-    }
 }
 
 // Everything the agent writes while registering and binding an account: its standard error

@@ -171,19 +171,33 @@ TEST(Sheets, PrintLaterStoresItsBoxAsABoolean) {
     }
 }
 
-TEST(Sheets, AboutLinksRenameAndCountdownTexts) {
+TEST(Sheets, AboutDiagnosisLinksRenameAndCountdownTexts) {
     AppHarness h;
     AppDelegate& d = h.launch();
     MainWindow* w = d.window();
+    AboutSheet* about = w->aboutSheet;
     w->aboutAction->trigger();
-    EXPECT_TRUE(w->aboutSheet->isVisible());
-    EXPECT_TRUE(w->aboutSheet->versionLine().startsWith("2.00.125 ("));
+    EXPECT_TRUE(about->isVisible());
+    EXPECT_TRUE(about->versionLine().startsWith("2.00.125 ("));
+    EXPECT_EQ(about->diagnoseButton()->accessibleName(), "Diagnose");
+    EXPECT_EQ(about->diagnosis()->accessibleName(), "Diagnosis results");
+    EXPECT_FALSE(about->diagnosis()->accessibleDescription().isEmpty());
+    about->diagnoseButton()->click();
+    // The checks run on a worker, held here: the main thread only shows that they run.
+    EXPECT_FALSE(about->diagnoseButton()->isEnabled());
+    EXPECT_EQ(about->diagnosis()->toPlainText(), "Checking...");
+    h.runWorkers();
+    EXPECT_TRUE(about->diagnoseButton()->isEnabled());
+    // The harness's lookup server is a closed port.
+    const QString lines = about->diagnosis()->toPlainText();
+    EXPECT_TRUE(lines.startsWith("FAIL  lookup")) << lines.toStdString();
+    EXPECT_EQ(lines.count('\n'), 10) << lines.toStdString();
     d.showRefreshWindow("START", true);
-    w->aboutSheet->okButton()->click();
-    EXPECT_FALSE(w->aboutSheet->isVisible());
+    about->okButton()->click();
+    EXPECT_FALSE(about->isVisible());
     EXPECT_TRUE(w->refreshView->isHidden());
     d.clickMoreInfo();
-    emit w->aboutSheet->siteLink()->linkActivated("ignored");
+    emit about->siteLink()->linkActivated("ignored");
     EXPECT_EQ(h.urls->opened, (Texts{"https://www.nimbrix.example/agree_device_management.html",
                                      "https://www.nimbrix.example"}));
     // Long enough for the rename to cut a name to 45 characters itself.

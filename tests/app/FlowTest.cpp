@@ -39,8 +39,6 @@ TEST(RecordTarget, StoresTheChoiceAndKeepsTheRestOfTheFile) {
                {"LastName", "Lee"},
                {"ModelName", "M2020"},
                {"FriendUserId", "u7"}})},
-        {"FriendPhone", -1, true, "82", "00101234",
-         dict({{"Type", "Friend"}, {"Code", "82"}, {"PhoneNumber", "101234"}})},
         {"FriendPhoneOfZeros", -1, true, "82", "000",
          dict({{"Type", "Friend"}, {"Code", "82"}, {"PhoneNumber", ""}})},
         {"FriendWithoutPhone", -1, true, "82", "",

@@ -40,15 +40,12 @@ void typePinAndNext(AppHarness& h, AppDelegate& d, const std::string& pin) {
 }
 
 TEST(PinAndPhoneNormalisation, AsTheServiceComparesThem) {
-    const std::pair<const char*, const char*> pins[] = {{"0042", "42"},
-                                                        {"123456", "123456"},
-                                                        {"", "0"},
-                                                        {"x1", "0"},
-                                                        {"99999999999", "2147483647"}};
+    // Leading zeros go in both, as the registration test shows; these are what it cannot type.
+    const std::pair<const char*, const char*> pins[] = {
+        {"", "0"}, {"x1", "0"}, {"99999999999", "2147483647"}};
     for (const auto& [typed, sent] : pins)
         EXPECT_EQ(NBXConnectManger::pinText(typed), sent) << typed;
-    const std::pair<const char*, const char*> phones[] = {
-        {"000123", "123"}, {"0", ""}, {"", ""}, {"1020", "1020"}};
+    const std::pair<const char*, const char*> phones[] = {{"0", ""}, {"", ""}};
     for (const auto& [typed, sent] : phones)
         EXPECT_EQ(NBXConnectManger::removeLeadingZeros(typed), sent) << typed;
 }

@@ -3,18 +3,6 @@
 namespace nbx::test {
 namespace {
 
-// The reading itself is tested with LaunchArguments; here, that the job's values arrive.
-TEST(LaunchArguments, ReadIntoThePrintTargetWithoutTheProgramName) {
-    AppHarness h;
-    AppDelegate d({h.alerts, h.urls, [] {}, {}});
-    PrintTarget& t = d.printTarget();
-    t.readLaunchArguments({"-TotalPages:9", "-ColorModel:Gray", "-Duplex:None", "-PaperSize:A4",
-                           "-TotalCopies:2", "-nbxtarget:/tmp/t.plist"});
-    EXPECT_EQ(std::to_string(t.argTotalPages) + "|" + t.argColor + "|" + t.argDueplex + "|" +
-                  t.argPaperSize + "|" + t.argCopiesVal + "|" + t.argTargetPlist,
-              "0|Gray|None|A4|2|/tmp/t.plist");
-}
-
 TEST(Startup, WithoutTheQueueTheAddPrinterScreenOpensInTheUsersLanguage) {
     const std::tuple<const char*, std::string, std::string> cases[] = {
         {"C", "English", "US"}, {"de_DE.UTF-8", "Deutsch", "DE"}};

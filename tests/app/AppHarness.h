@@ -21,6 +21,7 @@
 #include "AlertSheet.h"
 #include "AppDelegate.h"
 #include "BackendLink.h"
+#include "CloudEmulator.h"
 #include "DistributedNotificationCenter.h"
 #include "MainWindow.h"
 #include "NBXConnectManger.h"
@@ -49,6 +50,7 @@ namespace nbx::test {
 using Texts = std::vector<std::string>;
 
 inline const std::string kPreferences = "com.Valmora.nbx.plist";
+inline const std::string kSetup = "Nimbrix Setup";
 inline const std::string kQueueFailed = "Adding Printer in System Preferences is failed.";
 // What a signed-in refresh tells when no service answers: once for the settings the first
 // time, once for the printer list.
@@ -62,6 +64,51 @@ inline PropertyValue dict(std::initializer_list<PropertyDictionary::Entry> entri
 inline PropertyValue marker(const char* type) {
     return dict({{"agentType", type}});
 }
+
+// Puts the rows in the list and on the Printer tab, as a refresh would.
+inline void showRows(AppDelegate& d, const PropertyValue& rows) {
+    d.shared().arrSaveAgentList.set(rows);
+    d.window()->printerScreen->reloadPrinters(rows);
+}
+
+// The row of the country list with this calling code, -1 for none.
+inline int countryIndex(AppDelegate& d, const char* code) {
+    for (std::size_t i = 0; i < d.arrCountyCode().size(); ++i)
+        if (d.arrCountyCode().at(i)["Code"].string() == code) return static_cast<int>(i);
+    return -1;
+}
+
+// A user record as the cloud emulator is seeded with it.
+inline PropertyValue user(const char* code, const char* phone, PropertyDictionary more = {}) {
+    PropertyValue record = dict({{"countryCode", code}, {"phoneNumber", phone}});
+    for (const auto& [key, value] : more)
+        record.set(key, value);
+    return record;
+}
+
+inline PropertyValue users(std::initializer_list<PropertyValue> records) {
+    return dict({{"users", PropertyValue::array(records)}});
+}
+
+// The cloud emulator over loopback, the lookup server of every harness made after it.
+struct Cloud : CloudEmulator {
+    explicit Cloud(const PropertyValue& state = {})
+        : CloudEmulator({"--no-token-check", "--quiet"}) {
+        EXPECT_TRUE(ok());
+        if (!state.isNull()) seed(state);
+    }
+    // The agent's requests to the operation whose path ends so, lookups left out.
+    std::vector<PropertyValue> requestsTo(const std::string& path, const char* method = nullptr) {
+        std::vector<PropertyValue> found;
+        const PropertyValue all = requests();
+        for (std::size_t i = 0; i < all.size(); ++i)
+            if (all.at(i)["path"].string().value_or("").ends_with(path) &&
+                (!method || all.at(i)["method"].string() == method))
+                found.push_back(all.at(i));
+        return found;
+    }
+    ScopedEnv lookup{"NBX_LOOKUP_SERVER", hostPort().c_str()};
+};
 
 // Answers alerts from a script (the first button when it runs out) and records them.
 struct RecordingAlerts : AlertPresenter {
@@ -214,17 +261,19 @@ public:
     }
     std::string target() const { return home.path() + "/job-target.plist"; }
     QString targetArgument() const { return QString::fromStdString("-nbxtarget:" + target()); }
-    // A setup application that records its arguments in setupArguments().
-    void installSetupApplication() const {
-        const std::string folder = helperFolder() + "Nimbrix Setup.app/Contents/MacOS/";
-        std::filesystem::create_directories(folder);
-        std::ofstream(folder + "Nimbrix Setup")
-            << "#!/bin/sh\nprintf '%s' \"$*\" > \"" << home.path() << "/setup-arguments\"\n";
-        std::filesystem::permissions(folder + "Nimbrix Setup", std::filesystem::perms::owner_all);
+    // A helper application where the product looks for it: records its arguments for
+    // helperArguments(), each ended by "|", then runs `rest`.
+    void installHelper(const std::string& name, const std::string& rest = {}) const {
+        const std::string program = helperFolder() + name + ".app/Contents/MacOS/" + name;
+        std::filesystem::create_directories(std::filesystem::path(program).parent_path());
+        std::ofstream(program) << "#!/bin/sh\nprintf '%s|' \"$@\" > \"" << home.path() << "/"
+                               << name << "-arguments\"\n"
+                               << rest;
+        std::filesystem::permissions(program, std::filesystem::perms::owner_all);
     }
-    std::string setupArguments() const {
+    std::string helperArguments(const std::string& name) const {
         std::stringstream text;
-        text << std::ifstream(home.path() + "/setup-arguments").rdbuf();
+        text << std::ifstream(home.path() + "/" + name + "-arguments").rdbuf();
         return text.str();
     }
     std::string helperFolder() const { return home.path() + "/helpers/"; }

@@ -98,8 +98,7 @@ TEST(BackendReply, EveryCommandsBranches) {
         if (!c.listBefore.isNull()) h.writeUserFile("AgentPL.plist", c.listBefore);
         AppDelegate& d = h.launch();
         if (!c.listBefore.isNull()) {
-            d.shared().arrSaveAgentList.set(c.listBefore);
-            d.window()->printerScreen->reloadPrinters(c.listBefore);
+            showRows(d, c.listBefore);
             d.window()->printerScreen->printerTable()->setCurrentRow(1);
         }
         d.window()->renameSheet->nameField()->setText("  New   name ");
@@ -230,16 +229,13 @@ TEST(DevicePicker, RunsThePickerAndShowsItsChoice) {
     for (const bool installed : {false, true}) {
         AppHarness h;
         h.signIn("82", "101234");
-        const std::string folder = h.helperFolder() + "PDLM.app/Contents/MacOS/";
         if (installed) {
-            std::filesystem::create_directories(folder);
-            std::ofstream(folder + "PDLM")
-                << "#!/bin/sh\nprintf '%s|' \"$@\" > \"" << h.home.path() << "/picker-args\"\n"
-                << "p=${2#-ReturnInfo:}\ncat > \"$p\" <<'E'\n"
-                << "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><array><dict>"
-                   "<key>ModelName</key><string>Laser 1</string><key>DeviceID</key>"
-                   "<string>MFG:Acme;MDL:Laser 1;</string></dict></array></plist>\nE\n";
-            std::filesystem::permissions(folder + "PDLM", std::filesystem::perms::owner_all);
+            h.installHelper(
+                "PDLM",
+                "p=${2#-ReturnInfo:}\ncat > \"$p\" <<'E'\n"
+                "<?xml version=\"1.0\" encoding=\"UTF-8\"?><plist version=\"1.0\"><array><dict>"
+                "<key>ModelName</key><string>Laser 1</string><key>DeviceID</key>"
+                "<string>MFG:Acme;MDL:Laser 1;</string></dict></array></plist>\nE\n");
         }
         AppDelegate& d = h.launch();
         d.sharing().clickSelectPrinter();
@@ -249,9 +245,7 @@ TEST(DevicePicker, RunsThePickerAndShowsItsChoice) {
             EXPECT_EQ(h.alerts->texts(), Texts{kQueueFailed});
             continue;
         }
-        std::stringstream arguments;
-        arguments << std::ifstream(h.home.path() + "/picker-args").rdbuf();
-        EXPECT_EQ(arguments.str(),
+        EXPECT_EQ(h.helperArguments("PDLM"),
                   "-Type:ALL|-ReturnInfo:/" + h.home.path() +
                       "/Library/Application Support/Valmora/Nimbrix/"
                       "PrinterInfo.plist|-|Caller:Nimbrix|-SkipList|-singleselect|");

@@ -39,8 +39,6 @@ TEST(RecordTarget, StoresTheChoiceAndKeepsTheRestOfTheFile) {
                {"LastName", "Lee"},
                {"ModelName", "M2020"},
                {"FriendUserId", "u7"}})},
-        {"FriendPhone", -1, true, "82", "00101234",
-         dict({{"Type", "Friend"}, {"Code", "82"}, {"PhoneNumber", "101234"}})},
         {"FriendPhoneOfZeros", -1, true, "82", "000",
          dict({{"Type", "Friend"}, {"Code", "82"}, {"PhoneNumber", ""}})},
         {"FriendWithoutPhone", -1, true, "82", "",
@@ -54,9 +52,8 @@ TEST(RecordTarget, StoresTheChoiceAndKeepsTheRestOfTheFile) {
         AppHarness h;
         h.writeUserFile("com.Valmora.nbx.plist", dict({{"DirectPrint", "TRUE"}}));
         AppDelegate& d = h.launch();
-        d.shared().arrSaveAgentList.set(agents());
+        showRows(d, agents());
         PrinterScreen* screen = d.window()->printerScreen;
-        screen->reloadPrinters(agents());
         if (c.printerRow >= 0) screen->printerTable()->item(c.printerRow)->setSelected(true);
         if (c.friendRow) screen->friendTable()->item(0)->setSelected(true);
         screen->friendEntry()->codeField()->setText(c.code);
@@ -81,8 +78,7 @@ TEST(RecordTargetOnPrintLaunch, UnwrittenTargetRestoresThePreferences) {
     const PropertyValue rows = PropertyValue::array(
         {marker("TitleMyPrinter"),
          dict({{"agentType", "PRT_AGENT"}, {"agentAlias", "Desk"}, {"agentMacAddress", "0a"}})});
-    d.shared().arrSaveAgentList.set(rows);
-    d.window()->printerScreen->reloadPrinters(rows);
+    showRows(d, rows);
     d.window()->printerScreen->printerTable()->setCurrentRow(1);
     d.shared().nCrtFunctionNum = 7;
     d.nextAction();
@@ -140,15 +136,15 @@ TEST(SetupApplication, MissingOneIsReportedAndAPresentOneGetsItsMode) {
     for (const auto& [installed, state, after] : cases) {
         AppHarness h;
         h.signIn("82", "101234");
-        if (installed) h.installSetupApplication();
+        if (installed) h.installHelper(kSetup);
         AppDelegate& d = h.launch();
         d.shared().nCrtFunctionNum = state;
         d.runNBXSetup("signout");
-        EXPECT_EQ(h.setupArguments(), "");
+        EXPECT_EQ(h.helperArguments(kSetup), "");
         ASSERT_EQ(h.workers.size(), installed ? 1u : 0u);
         h.runWorkers();
         AppHarness::drainEvents();
-        EXPECT_EQ(h.setupArguments(), installed ? "-signout" : "");
+        EXPECT_EQ(h.helperArguments(kSetup), installed ? "-signout|" : "");
         EXPECT_EQ(h.alerts->texts(), (installed ? Texts{kOffline, kOffline} : Texts{kQueueFailed}));
         EXPECT_EQ(d.shared().nCrtFunctionNum, after);
         if (installed) {
@@ -173,19 +169,33 @@ TEST(Sheets, PrintLaterStoresItsBoxAsABoolean) {
     }
 }
 
-TEST(Sheets, AboutLinksRenameAndCountdownTexts) {
+TEST(Sheets, AboutDiagnosisLinksRenameAndCountdownTexts) {
     AppHarness h;
     AppDelegate& d = h.launch();
     MainWindow* w = d.window();
+    AboutSheet* about = w->aboutSheet;
     w->aboutAction->trigger();
-    EXPECT_TRUE(w->aboutSheet->isVisible());
-    EXPECT_TRUE(w->aboutSheet->versionLine().startsWith("2.00.125 ("));
+    EXPECT_TRUE(about->isVisible());
+    EXPECT_TRUE(about->versionLine().startsWith("2.00.125 ("));
+    EXPECT_EQ(about->diagnoseButton()->accessibleName(), "Diagnose");
+    EXPECT_EQ(about->diagnosis()->accessibleName(), "Diagnosis results");
+    EXPECT_FALSE(about->diagnosis()->accessibleDescription().isEmpty());
+    about->diagnoseButton()->click();
+    // The checks run on a worker, held here: the main thread only shows that they run.
+    EXPECT_FALSE(about->diagnoseButton()->isEnabled());
+    EXPECT_EQ(about->diagnosis()->toPlainText(), "Checking...");
+    h.runWorkers();
+    EXPECT_TRUE(about->diagnoseButton()->isEnabled());
+    // The harness's lookup server is a closed port.
+    const QString lines = about->diagnosis()->toPlainText();
+    EXPECT_TRUE(lines.startsWith("FAIL  lookup")) << lines.toStdString();
+    EXPECT_EQ(lines.count('\n'), 10) << lines.toStdString();
     d.showRefreshWindow("START", true);
-    w->aboutSheet->okButton()->click();
-    EXPECT_FALSE(w->aboutSheet->isVisible());
+    about->okButton()->click();
+    EXPECT_FALSE(about->isVisible());
     EXPECT_TRUE(w->refreshView->isHidden());
     d.clickMoreInfo();
-    emit w->aboutSheet->siteLink()->linkActivated("ignored");
+    emit about->siteLink()->linkActivated("ignored");
     EXPECT_EQ(h.urls->opened, (Texts{"https://www.nimbrix.example/agree_device_management.html",
                                      "https://www.nimbrix.example"}));
     // Long enough for the rename to cut a name to 45 characters itself.

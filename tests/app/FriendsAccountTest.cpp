@@ -1,6 +1,5 @@
 #include "AccountLink.h"
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 #include "JSONKit.h"
 #include "NBXAuthenticationManger.h"
 #include "NBXNotificationCenter.h"
@@ -22,23 +21,14 @@ void runFirstWorker(AppHarness& h) {
     AppHarness::drainEvents();
 }
 
-// An account program that records its arguments, puts `vaFile` (when given) in place of the
-// user's va.plist as the real one stores the account, and exits with `status`.
-void installAccountApplication(const AppHarness& h, int status, const std::string& vaFile = {}) {
-    const std::string folder = h.helperFolder() + "Valmora Account.app/Contents/MacOS/";
-    std::filesystem::create_directories(folder);
-    std::ofstream script(folder + "Valmora Account");
-    script << "#!/bin/sh\nprintf '%s' \"$*\" > \"" << h.home.path() << "/account-arguments\"\n";
-    if (!vaFile.empty()) script << "cp \"" << vaFile << "\" \"" << h.userFile("va.plist") << "\"\n";
-    script << "exit " << status << "\n";
-    script.close();
-    std::filesystem::permissions(folder + "Valmora Account", std::filesystem::perms::owner_all);
-}
+const std::string kAccount = "Valmora Account";
 
-std::string accountArguments(const AppHarness& h) {
-    std::stringstream text;
-    text << std::ifstream(h.home.path() + "/account-arguments").rdbuf();
-    return text.str();
+// The account program puts `vaFile` (when given) in place of the user's va.plist, as the real one
+// stores the account, and exits with `status`.
+void installAccountApplication(const AppHarness& h, int status, const std::string& vaFile = {}) {
+    const std::string copy = "cp \"" + vaFile + "\" \"" + h.userFile("va.plist") + "\"\n";
+    h.installHelper(kAccount,
+                    (vaFile.empty() ? "" : copy) + "exit " + std::to_string(status) + "\n");
 }
 
 // The next button of the Printer tab follows the friend's fields, the notifications the code
@@ -83,10 +73,7 @@ TEST(SendToFriend, SendJobNeedsTheUserAndBothNumbers) {
             NBXNotificationCenter::defaultCenter().postNotificationName("insertUserInfo",
                                                                         s.userInfo);
         } else {
-            int index = -1;
-            for (std::size_t i = 0; i < d.arrCountyCode().size() && index < 0; ++i)
-                if (d.arrCountyCode().at(i)["Code"].string() == "1") index = static_cast<int>(i);
-            d.friends().clickContryFlag_Friend(index);
+            d.friends().clickContryFlag_Friend(countryIndex(d, "1"));
             EXPECT_EQ(entry->codeField()->text(), "1");
         }
         EXPECT_EQ(screen->nextButton()->isEnabled(), s.enabled);
@@ -96,13 +83,7 @@ TEST(SendToFriend, SendJobNeedsTheUserAndBothNumbers) {
 // A print launch sent to a friend's phone: the choice is kept as the recent target and the back
 // end's target file names the phone, which the service knows.
 TEST(SendToFriend, SendJobWritesThePhoneTarget) {
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ASSERT_TRUE(emulator.ok());
-    emulator.seed(
-        dict({{"users",
-               PropertyValue::array({dict({{"countryCode", "82"}, {"phoneNumber", "101234"}}),
-                                     dict({{"countryCode", "1"}, {"phoneNumber", "5550100"}})})}}));
-    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+    Cloud cloud(users({user("82", "101234"), user("1", "5550100")}));
     AppHarness h;
     h.signIn("82", "0101234");
     h.writeUserFile("com.Valmora.nbx.plist", dict({{"DirectPrint", "FALSE"}}));
@@ -175,7 +156,7 @@ TEST(Account, SignOut) {
             EXPECT_EQ(h.alerts->shown[0].title, "Sign Out");
             EXPECT_EQ(h.alerts->shown[0].buttons, (Texts{"Yes", "No"}));
         }
-        EXPECT_EQ(accountArguments(h), c.installed && c.signedOut ? "-signout" : "");
+        EXPECT_EQ(h.helperArguments(kAccount), c.installed && c.signedOut ? "-signout|" : "");
         EXPECT_EQ(std::filesystem::exists(h.userFile("AgentPL.plist")), !c.signedOut);
         EXPECT_EQ(d.shared().nCrtFunctionNum, c.signedOut ? kPrinterTab : kSettingTab);
         QToolButton* add = nullptr;
@@ -189,34 +170,34 @@ TEST(Account, SignOut) {
     }
 }
 
-// The account program stores the account in va.plist; binding sends it with the registered
-// phone. A cancelled or missing program binds nothing.
+// The account program stores the account in va.plist; binding sends it with the session's token
+// and stores the token the service answers under its own key. A cancelled or missing program
+// binds nothing, and a service that is unavailable is told.
 TEST(Account, SignInBindsTheStoredAccount) {
     struct {
         const char* name;
         bool installed;
         int status;
+        bool unavailable;
         Texts alerts;
-        bool bound;
     } const cases[] = {
-        {"Stored", true, 0, {}, true},
-        {"Cancelled", true, 1, {}, false},
-        {"WithoutTheProgram", false, 0, {kQueueFailed}, false},
+        {"Stored", true, 0, false, {}},
+        {"Cancelled", true, 1, false, {}},
+        {"WithoutTheProgram", false, 0, false, {kQueueFailed}},
+        {"Unavailable", true, 0, true, {"Unknown cloud server error. [Error Code: 2]"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-        ASSERT_TRUE(emulator.ok());
         // The token as the service's account sign-in issued it.
-        emulator.seed(dict(
-            {{"users",
-              PropertyValue::array({dict(
-                  {{"countryCode", "44"}, {"phoneNumber", "7700900123"}, {"accessToken", "T1"}})})},
+        Cloud cloud(dict(
+            {{"users", PropertyValue::array({user("44", "7700900123", {{"accessToken", "T1"}})})},
              {"accounts",
               PropertyValue::array({dict({{"accountId", "ann@va"},
                                           {"password", "pw"},
                                           {"tokens", PropertyValue::array({"vt-1"})}})})}}));
-        ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+        if (c.unavailable)
+            cloud.injectFault(dict(
+                {{"path", "/idmmgtsvc/user/account/bind"}, {"status", 503}, {"emptyBody", true}}));
         AppHarness h;
         h.signIn("44", "07700900123");
         const PropertyValue signedIn = dict({{"accessToken", *dataByAESEncryption("T1")}});
@@ -233,20 +214,24 @@ TEST(Account, SignInBindsTheStoredAccount) {
         if (c.installed) runFirstWorker(h);
         AppHarness::drainEvents();
         EXPECT_EQ(h.alerts->texts(), c.alerts);
-        EXPECT_EQ(accountArguments(h), c.installed ? "-signin" : "");
-        PropertyValue binds = PropertyValue::array();
-        const PropertyValue requests = emulator.requests();
-        for (std::size_t i = 0; i < requests.size(); ++i)
-            if (requests.at(i)["path"].string() == kBindPath) binds.append(requests.at(i));
-        ASSERT_EQ(binds.size(), c.bound ? 1u : 0u);
-        EXPECT_EQ(d.shared().nCrtFunctionNum, c.bound ? kPrinterTab : kSettingTab);
-        if (!c.bound) {
+        EXPECT_EQ(h.helperArguments(kAccount), c.installed ? "-signin|" : "");
+        const bool asked = c.installed && c.status == 0, bound = asked && !c.unavailable;
+        const auto binds = cloud.requestsTo(kBindPath);
+        ASSERT_EQ(binds.size(), asked ? 1u : 0u);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, bound ? kPrinterTab : kSettingTab);
+        const PropertyValue file = h.readUserFile("va.plist");
+        EXPECT_EQ(stringByAESDecryption(*file["accessToken"].data()), "T1");
+        if (!bound) {
+            EXPECT_TRUE(file["AccessToken"].isNull());
             EXPECT_TRUE(d.window()->refreshView->isHidden());
             continue;
         }
-        EXPECT_EQ(objectFromJSONData(binds.at(0)["body"].string().value_or("")).value_or(nullptr),
+        EXPECT_EQ(objectFromJSONData(binds[0]["body"].string().value_or("")).value_or(nullptr),
                   dict({{"valmoraAccount", "ann@va"}, {"valmoraAccessToken", "vt-1"}}));
-        EXPECT_TRUE(h.readUserFile("va.plist")["AccessToken"].isData());
+        EXPECT_EQ(binds[0]["headers"]["accessToken"].string(), "T1");
+        // The service answers the session's token, which stays valid after binding.
+        ASSERT_TRUE(file["AccessToken"].isData()) << file.description();
+        EXPECT_EQ(stringByAESDecryption(*file["AccessToken"].data()), "T1");
     }
 }
 

@@ -1,5 +1,4 @@
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 #include "InformationSheet.h"
 #include "NBXPrinterCell.h"
 #include "PrinterActions.h"
@@ -10,7 +9,7 @@
 namespace nbx::test {
 namespace {
 
-const PropertyValue kMe = dict({{"countryCode", "82"}, {"phoneNumber", "101234"}});
+const PropertyValue kMe = user("82", "101234");
 
 PropertyValue agent(const std::string& id, const std::string& type, const std::string& alias,
                     const std::string& mac, PropertyValue owner = kMe) {
@@ -23,8 +22,8 @@ PropertyValue agent(const std::string& id, const std::string& type, const std::s
 }
 
 PropertyValue friendsAgent(const std::string& id) {
-    PropertyValue record = agent(id, "PRT_AGENT", "Shared " + id, "0000000000" + id,
-                                 dict({{"countryCode", "1"}, {"phoneNumber", "5550100"}}));
+    PropertyValue record =
+        agent(id, "PRT_AGENT", "Shared " + id, "0000000000" + id, user("1", "5550100"));
     record.set("sharedWith", PropertyValue::array({kMe}));
     return record;
 }
@@ -46,17 +45,14 @@ protected:
     AppDelegate& refreshed(AppHarness& harness, const PropertyValue& agents,
                            const QStringList& arguments = {}) {
         emulator.reset();
-        emulator.seed(dict(
-            {{"users",
-              PropertyValue::array(
-                  {dict({{"countryCode", "82"}, {"phoneNumber", "101234"}, {"maxAgentCount", 3}}),
-                   dict({{"countryCode", "1"},
-                         {"phoneNumber", "5550100"},
-                         {"userId", "u-ana"},
-                         {"firstName", " Ana "},
-                         {"lastName", "Lee"}})})},
-             {"agents", agents},
-             {"options", dict({{"requireAccessToken", false}})}}));
+        emulator.seed(
+            dict({{"users",
+                   PropertyValue::array(
+                       {user("82", "101234", {{"maxAgentCount", 3}}),
+                        user("1", "5550100",
+                             {{"userId", "u-ana"}, {"firstName", " Ana "}, {"lastName", "Lee"}})})},
+                  {"agents", agents},
+                  {"options", dict({{"requireAccessToken", false}})}}));
         harness.signIn("82", "101234");
         AppDelegate& d = harness.launch(arguments);
         d.printers().refreshPrinter();
@@ -68,17 +64,11 @@ protected:
     void select(AppDelegate& d, int row) {
         d.window()->printerScreen->printerTable()->setCurrentRow(row);
     }
-    int requestsTo(const std::string& method, const std::string& path) {
-        const PropertyValue all = emulator.requests();
-        int count = 0;
-        for (std::size_t i = 0; i < all.size(); ++i)
-            count += all.at(i)["method"].string() == method &&
-                     all.at(i)["path"].string().value_or("").ends_with(path);
-        return count;
+    int requestsTo(const char* method, const std::string& path) {
+        return static_cast<int>(emulator.requestsTo(path, method).size());
     }
 
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ScopedEnv lookup{"NBX_LOOKUP_SERVER", emulator.hostPort().c_str()};
+    Cloud emulator;
     AppHarness h;
 };
 
@@ -189,10 +179,9 @@ TEST_F(PrinterListTest, FailedListKeepsTheMarkersAndAlerts) {
     }
 }
 
-TEST(PrinterNames, RenameCutsCollapsesAndMakesUnique) {
+TEST(PrinterNames, RenameCutsAndMakesUnique) {
     const std::string n45(45, 'n');
     EXPECT_EQ(PrinterActions::renameText(QString::fromStdString(n45 + "xyz")), n45);
-    EXPECT_EQ(PrinterActions::renameText("  Office    laser  "), "Office laser");
     const auto list = [](std::initializer_list<const char*> aliases) {
         PropertyValue rows = PropertyValue::array({dict({{"agentType", "TitleMyPrinter"}})});
         for (const char* alias : aliases)
@@ -201,7 +190,6 @@ TEST(PrinterNames, RenameCutsCollapsesAndMakesUnique) {
     };
     const std::tuple<std::string, PropertyValue, std::string> cases[] = {
         {"Desk", list({"Hall"}), "Desk"},
-        {"Desk", list({"DESK"}), "Desk (1)"},
         {"Desk", list({"desk", "Desk (1)"}), "Desk (2)"},
         {n45, list({n45.c_str()}), std::string(41, 'n') + " (1)"},
     };
@@ -238,10 +226,8 @@ TEST_F(PrinterListTest, RenameAndUnlinkReachTheServiceAndTheFile) {
     EXPECT_EQ(w->printerScreen->selectedPrinterRow(), 0);
 
     // Another user's printer by now: the service refuses and the row stays.
-    emulator.seed(
-        dict({{"agents", PropertyValue::array(
-                             {agent("a1", "PRT_AGENT", "Desk", "",
-                                    dict({{"countryCode", "1"}, {"phoneNumber", "5550100"}}))})}}));
+    emulator.seed(dict({{"agents", PropertyValue::array({agent("a1", "PRT_AGENT", "Desk", "",
+                                                               user("1", "5550100"))})}}));
     select(d, 2);
     d.printerActions().clickWUnlink_YesBtn();
     h.runWorkers();

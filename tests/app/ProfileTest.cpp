@@ -1,5 +1,4 @@
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 #include "FriendsProfile.h"
 #include "NBXAuthenticationManger.h"
 
@@ -8,19 +7,6 @@ namespace {
 
 const char* const kPushPath = "/nbx/v2/idmmgtsvc/user/verification/push";
 using Identity = std::optional<std::array<std::string, 2>>;
-
-struct Cloud {
-    Cloud() { EXPECT_TRUE(emulator.ok()); }
-    std::vector<PropertyValue> pinRequests() {
-        std::vector<PropertyValue> found;
-        const PropertyValue all = emulator.requests();
-        for (std::size_t i = 0; i < all.size(); ++i)
-            if (all.at(i)["path"].string() == kPushPath) found.push_back(all.at(i));
-        return found;
-    }
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ScopedEnv lookup{"NBX_LOOKUP_SERVER", emulator.hostPort().c_str()};
-};
 
 // My Profile's Authenticate, then a country from the popup and a typed number.
 ProfilePhoneSheet* openSheet(AppHarness& h, AppDelegate& d, const char* phone) {
@@ -71,7 +57,7 @@ TEST(ProfileVerification, NewPhoneIsStoredOnlyWithTheIssuedPinInTime) {
             h.runWorkers();
             EXPECT_TRUE(sheet->expiredLabel()->isHidden());
         }
-        const auto requests = cloud.pinRequests();
+        const auto requests = cloud.requestsTo(kPushPath);
         ASSERT_EQ(requests.size(), c.expireFirst ? 2u : 1u);
         EXPECT_EQ(requests.back()["body"].string(), c.expireFirst ? "sms" : "push");
         EXPECT_EQ(requests.back()["headers"]["identifier"].string(), "7700900123");
@@ -80,7 +66,7 @@ TEST(ProfileVerification, NewPhoneIsStoredOnlyWithTheIssuedPinInTime) {
         if (c.close) {
             sheet->closeButton()->click();
         } else {
-            const auto issued = cloud.emulator.latestPin("44", "7700900123");
+            const auto issued = cloud.latestPin("44", "7700900123");
             ASSERT_TRUE(issued);
             QTest::keyClicks(sheet->certificateField(), c.pin ? c.pin : issued->c_str());
             sheet->okButton()->click();
@@ -104,10 +90,7 @@ TEST(ProfileVerification, NewPhoneIsStoredOnlyWithTheIssuedPinInTime) {
 TEST(ProfileVerification, TheRegisteredNumberAgainStopsTheCountdownWithoutARequest) {
     for (const bool pasted : {false, true}) {
         SCOPED_TRACE(pasted ? "pasted" : "typed");
-        Cloud cloud;
-        cloud.emulator.seed(
-            dict({{"users", PropertyValue::array(
-                                {dict({{"countryCode", "44"}, {"phoneNumber", "7700900123"}})})}}));
+        Cloud cloud(users({user("44", "7700900123")}));
         AppHarness h;
         h.signIn("44", "7700900123");
         AppDelegate& d = h.launch();
@@ -125,7 +108,7 @@ TEST(ProfileVerification, TheRegisteredNumberAgainStopsTheCountdownWithoutAReque
             QTest::keyClicks(phone, "07700900123");
         }
         EXPECT_FALSE(d.profile().verification().countdownActive());
-        EXPECT_EQ(cloud.pinRequests().size(), 1u);
+        EXPECT_EQ(cloud.requestsTo(kPushPath).size(), 1u);
         EXPECT_EQ(h.alerts->texts(), Texts{});
     }
 }
@@ -134,7 +117,7 @@ TEST(ProfileEdit, RunsSetupForANewPhoneOnlyWhenConfirmed) {
     for (const bool yes : {false, true}) {
         SCOPED_TRACE(yes ? "Yes" : "No");
         AppHarness h;
-        h.installSetupApplication();
+        h.installHelper(kSetup);
         h.signIn("44", "7700900123");
         AppDelegate& d = h.launch();
         h.runWorkers();
@@ -145,7 +128,7 @@ TEST(ProfileEdit, RunsSetupForANewPhoneOnlyWhenConfirmed) {
         ASSERT_EQ(h.alerts->shown.size(), 1u);
         EXPECT_EQ(h.alerts->shown[0].title, "Authentication Confirmation");
         EXPECT_EQ(h.alerts->shown[0].buttons, (Texts{"Yes", "No"}));
-        EXPECT_EQ(h.setupArguments(), yes ? "-userchange" : "");
+        EXPECT_EQ(h.helperArguments(kSetup), yes ? "-userchange|" : "");
     }
 }
 

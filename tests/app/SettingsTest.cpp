@@ -1,15 +1,12 @@
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 #include "ServiceSettings.h"
 
 namespace nbx::test {
 namespace {
 
 PropertyValue me(const char* marketing) {
-    return dict({{"countryCode", "82"},
-                 {"phoneNumber", "101234"},
-                 {"pushId", "p-1"},
-                 {"settings", dict({{"clientMarketingEula", marketing}})}});
+    return user("82", "101234",
+                {{"pushId", "p-1"}, {"settings", dict({{"clientMarketingEula", marketing}})}});
 }
 
 class SettingsTest : public testing::Test {
@@ -19,15 +16,10 @@ protected:
         h.signIn("82", "101234");
     }
     int settingsRequests() {
-        const PropertyValue all = emulator.requests();
-        int count = 0;
-        for (std::size_t i = 0; i < all.size(); ++i)
-            count += all.at(i)["path"].string().value_or("").ends_with("/nbxd2/setting");
-        return count;
+        return static_cast<int>(emulator.requestsTo("/nbxd2/setting").size());
     }
 
-    CloudEmulator emulator{{"--no-token-check", "--quiet"}};
-    ScopedEnv lookup{"NBX_LOOKUP_SERVER", emulator.hostPort().c_str()};
+    Cloud emulator;
     AppHarness h;
 };
 
@@ -48,7 +40,7 @@ TEST_F(SettingsTest, NotificationBoxFollowsTheStoredChoiceOrTheService) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.name);
-        emulator.seed(dict({{"users", PropertyValue::array({me(c.service)})}}));
+        emulator.seed(users({me(c.service)}));
         emulator.clearRequests();
         AppHarness fresh;
         PropertyValue info = dict({{"CountryCode", "82"}, {"PhoneNumber", "101234"}});
@@ -68,7 +60,7 @@ TEST_F(SettingsTest, NotificationBoxFollowsTheStoredChoiceOrTheService) {
 }
 
 TEST_F(SettingsTest, AgreementsReachTheServiceAndTheFileFollowsTheBox) {
-    emulator.seed(dict({{"users", PropertyValue::array({me("AGREED")})}}));
+    emulator.seed(users({me("AGREED")}));
     AppDelegate& d = h.launch();
     EXPECT_TRUE(d.settings().requestUserLicenseAgree(true));
     EXPECT_TRUE(
@@ -153,8 +145,7 @@ TEST(RecentTarget, SelectedAgainOrFallsBackToTheFirstRow) {
         if (!c.sendInfo.isNull()) h.writeUserFile(kPreferences, dict({{"SendInfo", c.sendInfo}}));
         AppDelegate& d = h.launch();
         PrinterScreen* screen = d.window()->printerScreen;
-        d.shared().arrSaveAgentList.set(rows);
-        screen->reloadPrinters(rows);
+        showRows(d, rows);
         d.settings().settingGetPrinterInfo();
         EXPECT_EQ(screen->selectedPrinterRow(), c.printerRow);
         EXPECT_EQ(screen->selectedFriendRow(), c.friendRow);

@@ -1,7 +1,6 @@
 #include <cups/cups.h>
 
 #include "AppHarness.h"
-#include "CloudEmulator.h"
 #include "PrinterSharing.h"
 #include "SettingScreen.h"
 
@@ -34,7 +33,7 @@ protected:
         cupsFreeJobs(count, jobs);
         return found;
     }
-    bool completed(CloudEmulator& emulator, const PropertyValue& jobId) {
+    bool completed(Cloud& emulator, const PropertyValue& jobId) {
         return AppHarness::waitFor(
             [&] {
                 const PropertyValue jobs = emulator.jobs();
@@ -50,12 +49,7 @@ protected:
 // sent to that printer in the service comes out on the queue, also when the service was away
 // for a while, and only once.
 TEST_F(SharingEndToEnd, AJobForTheSharedPrinterComesOutOfTheQueue) {
-    CloudEmulator emulator({"--no-token-check", "--quiet"});
-    ASSERT_TRUE(emulator.ok());
-    emulator.seed(
-        dict({{"users",
-               PropertyValue::array({dict({{"countryCode", "82"}, {"phoneNumber", "101234"}})})}}));
-    ScopedEnv lookup("NBX_LOOKUP_SERVER", emulator.hostPort().c_str());
+    Cloud emulator(users({user("82", "101234")}));
     ScopedEnv agentProgram("NBX_POLLING_AGENT", NBX_BIN_DIR "/../helpers/nbx-polling-agent");
     AppHarness h("C", false);
     h.realThreads = true;

@@ -3,18 +3,6 @@
 namespace nbx::test {
 namespace {
 
-// The reading itself is tested with LaunchArguments; here, that the job's values arrive.
-TEST(LaunchArguments, ReadIntoThePrintTargetWithoutTheProgramName) {
-    AppHarness h;
-    AppDelegate d({h.alerts, h.urls, [] {}, {}});
-    PrintTarget& t = d.printTarget();
-    t.readLaunchArguments({"-TotalPages:9", "-ColorModel:Gray", "-Duplex:None", "-PaperSize:A4",
-                           "-TotalCopies:2", "-nbxtarget:/tmp/t.plist"});
-    EXPECT_EQ(std::to_string(t.argTotalPages) + "|" + t.argColor + "|" + t.argDueplex + "|" +
-                  t.argPaperSize + "|" + t.argCopiesVal + "|" + t.argTargetPlist,
-              "0|Gray|None|A4|2|/tmp/t.plist");
-}
-
 TEST(Startup, WithoutTheQueueTheAddPrinterScreenOpensInTheUsersLanguage) {
     const std::tuple<const char*, std::string, std::string> cases[] = {
         {"C", "English", "US"}, {"de_DE.UTF-8", "Deutsch", "DE"}};
@@ -104,15 +92,23 @@ TEST(Quitting, ClosingNeverChangesTheStoredDirectPrint) {
 
 using QueueStartup = QueueTest;
 
-// Signed in, the main window opens with the phone in My Profile.
+// Adding the queue moves on to the Printer tab, and a failed install is told and stays; signed
+// in with the queue present, the main window opens with the phone in My Profile.
 TEST_F(QueueStartup, FirstScreenFollowsTheQueue) {
-    {
+    for (const bool installs : {false, true}) {
+        SCOPED_TRACE(installs ? "installs" : "install fails");
+        std::optional<ScopedEnv> badPpd;
+        if (!installs) badPpd.emplace("NBX_PPD_FILE", "/nonexistent/Nimbrix.gz");
         AppHarness h("C", false);
         AppDelegate& d = h.launch();
         EXPECT_EQ(d.shared().nCrtFunctionNum, 2);
         d.nextAction();
-        EXPECT_TRUE(NBXPrinterQManger::checkPrinterQ());
-        EXPECT_EQ(d.shared().nCrtFunctionNum, 7);
+        EXPECT_TRUE(h.alerts->shown.empty());  // a failure is handed over, not shown at once
+        AppHarness::drainEvents();
+        EXPECT_EQ(h.alerts->texts(), installs ? Texts{} : Texts{kQueueFailed});
+        EXPECT_EQ(NBXPrinterQManger::checkPrinterQ(), installs);
+        EXPECT_EQ(d.shared().nCrtFunctionNum, installs ? 7 : 2);
+        if (!installs) continue;
         EXPECT_EQ(d.window()->currentScreen(), (QWidget*)d.window()->printerScreen);
         EXPECT_FALSE(d.window()->titleViewVisible());
     }
@@ -124,17 +120,6 @@ TEST_F(QueueStartup, FirstScreenFollowsTheQueue) {
     EXPECT_TRUE(d.window()->printerTab->isChecked());
     EXPECT_FALSE(d.window()->toolbar->isHidden());
     EXPECT_EQ(h.workers.size(), 1u);  // the background refresh
-}
-
-TEST_F(QueueStartup, FailedInstallShowsTheAlertAndStays) {
-    ScopedEnv badPpd("NBX_PPD_FILE", "/nonexistent/Nimbrix.gz");
-    AppHarness h("C", false);
-    AppDelegate& d = h.launch();
-    d.nextAction();
-    EXPECT_TRUE(h.alerts->shown.empty());  // handed over, not shown at once
-    AppHarness::drainEvents();
-    EXPECT_EQ(h.alerts->texts(), Texts{kQueueFailed});
-    EXPECT_EQ(d.shared().nCrtFunctionNum, 2);
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <condition_variable>
 #include <cstdlib>
 #include <mutex>
+#include <thread>
 #include <vector>
 
 #include "DistributedNotificationCenter.h"

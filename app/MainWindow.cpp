@@ -146,12 +146,11 @@ PhoneEntry* MainWindow::withDefaultCountry(PhoneEntry* entry) const {
 }
 
 void MainWindow::buildMenu() {
-    const Localizer& tr = tr_;
     QMenu* menu = menuBar()->addMenu("Nimbrix");
-    aboutAction = menu->addAction(tr("About"));
+    aboutAction = menu->addAction(tr_("About"));
     aboutAction->setMenuRole(QAction::AboutRole);
     menu->addSeparator();
-    quitAction = menu->addAction(tr("Quit"));
+    quitAction = menu->addAction(tr_("Quit"));
     quitAction->setShortcut(QKeySequence::Quit);
     quitAction->setMenuRole(QAction::QuitRole);
 }
@@ -196,11 +195,10 @@ QToolBar* MainWindow::buildToolbar() {
 }
 
 QWidget* MainWindow::buildCentral() {
-    const Localizer& tr = tr_;
     auto* background = new NBXMainBGView(QColor(0xf7, 0xf8, 0xfa));
     titleView = new NBXTitleImageView;
     titleView->setPixmap(NBXImages::image("icon_printer").pixmap(28, 28));
-    auto* title = new QLabel(tr("Nimbrix 2.0"));
+    auto* title = new QLabel(tr_("Nimbrix 2.0"));
     title->setObjectName("heading");
     titleBar_ = new QWidget;
     auto* titleLayout = new QHBoxLayout(titleBar_);
@@ -209,8 +207,8 @@ QWidget* MainWindow::buildCentral() {
     titleLayout->addWidget(title, 1);
 
     activeArea_ = new QStackedWidget;
-    wizardCancel = new QPushButton(tr("Cancel"));
-    wizardNext = new QPushButton(tr("Next"));
+    wizardCancel = new QPushButton(tr_("Cancel"));
+    wizardNext = new QPushButton(tr_("Next"));
     wizardNext->setObjectName("primary");
     wizardNext->setDefault(true);
     wizardBar_ = new QWidget;

@@ -19,7 +19,6 @@ class QToolBar;
 
 namespace nbx {
 
-class AboutSheet;
 class AlertSheet;
 class AuthScreen;
 class InformationSheet;
